@@ -1,0 +1,57 @@
+#include "base/clock.h"
+
+#include <ctime>
+#include <iomanip>
+#include <locale>
+#include <mutex>
+#include <random>
+#include <sstream>
+
+namespace zunol_monitoring {
+namespace {
+
+using std::chrono::system_clock;
+
+std::string format_utc(system_clock::time_point time, const char* format) {
+  const std::time_t seconds =
+      system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
+  std::tm parts{};
+  gmtime_r(&seconds, &parts);
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out << std::put_time(&parts, format);
+  return std::move(out).str();
+}
+
+/// The next number of the process's one generator. It is seeded with 32 bits of the system's random
+/// device: ids are to be different, not to be secret.
+std::uint64_t next_random() {
+  static std::mutex mutex;
+  static std::mt19937_64 generator{std::random_device{"default"}()};
+  const std::lock_guard lock(mutex);
+  return generator();
+}
+
+}  // namespace
+
+std::string utc_timestamp_iso() { return utc_timestamp_iso(system_clock::now()); }
+
+std::string utc_timestamp_iso(system_clock::time_point time) {
+  return format_utc(time, "%Y-%m-%dT%H:%M:%SZ");
+}
+
+std::string utc_timestamp_compact() { return format_utc(system_clock::now(), "%Y%m%dT%H%M%SZ"); }
+
+std::int64_t now_microseconds() {
+  return std::chrono::floor<std::chrono::microseconds>(system_clock::now().time_since_epoch())
+      .count();
+}
+
+std::string make_id(std::string_view prefix) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out << prefix << '_' << utc_timestamp_compact() << '_' << std::hex << next_random();
+  return std::move(out).str();
+}
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,55 @@
+#include "base/clock.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <regex>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "base/environment.h"
+#include "tests/support.h"
+
+using namespace zunol_monitoring;
+
+TEST(Clock, TimestampsAreUtcOfWholeSeconds) {
+  const EnvGuard zone("TZ", "Asia/Tokyo");
+  using namespace std::chrono;
+  EXPECT_EQ(utc_timestamp_iso(system_clock::time_point{1795057100s + 999ms}),
+            "2026-11-19T02:58:20Z");
+  EXPECT_EQ(utc_timestamp_iso(system_clock::time_point{-1ms}), "1969-12-31T23:59:59Z");
+  EXPECT_TRUE(std::regex_match(utc_timestamp_iso(), std::regex("....-..-..T..:..:..Z")));
+  EXPECT_TRUE(std::regex_match(utc_timestamp_compact(), std::regex("\\d{8}T\\d{6}Z")));
+}
+
+TEST(Clock, IdsHaveOneShape) {
+  const std::regex shape("vorn-event_\\d{8}T\\d{6}Z_[1-9a-f][0-9a-f]{0,15}");
+  for (int i = 0; i < 100; ++i) EXPECT_TRUE(std::regex_match(make_id("vorn-event"), shape));
+  EXPECT_EQ(make_id("").front(), '_');
+}
+
+TEST(Clock, IdsOfManyThreadsDiffer) {
+  std::mutex mutex;
+  std::set<std::string> ids;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int j = 0; j < 2000; ++j) {
+        const std::string id = make_id("evt");
+        const std::lock_guard lock(mutex);
+        ids.insert(id);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(ids.size(), 8000U);
+}
+
+TEST(Environment, AnEmptyVariableCountsAsUnset) {
+  const EnvGuard empty("ZUNOL_TEST_EMPTY", "");
+  const EnvGuard set("ZUNOL_TEST_SET", "value");
+  EXPECT_EQ(env_or_default("ZUNOL_TEST_EMPTY", "fallback"), "fallback");
+  EXPECT_EQ(env_or_default("ZUNOL_TEST_UNSET", "fallback"), "fallback");
+  EXPECT_EQ(env_or_default("ZUNOL_TEST_SET", "fallback"), "value");
+}

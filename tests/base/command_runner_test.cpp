@@ -1,0 +1,82 @@
+#include "base/command_runner.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/support.h"
+
+using namespace zunol_monitoring;
+
+TEST(CommandRunner, QuotesEveryTextAsOneWord) {
+  EXPECT_EQ(shell_quote(""), "''");
+  EXPECT_EQ(shell_quote("plain"), "'plain'");
+  EXPECT_EQ(shell_quote("it's"), R"('it'\''s')");
+}
+
+TEST(CommandRunner, AnyBytesReachTheChildUnchanged) {
+  std::mt19937 random(20261122);
+  for (int round = 0; round < 100; ++round) {
+    std::string text;
+    for (std::size_t size = random() % 64; text.size() < size;) {
+      text += static_cast<char>(1 + random() % 255);
+    }
+    const CommandResult result = run_command({"printf", "%s", text});
+    EXPECT_EQ(result.output, text);
+    EXPECT_EQ(result.exit_code, 0);
+  }
+}
+
+TEST(CommandRunner, StatusAndOutput) {
+  const auto sh = [](const char* line) { return std::vector<std::string>{"/bin/sh", "-c", line}; };
+  const struct {
+    std::vector<std::string> arguments;
+    int exit_code;
+    std::string output;
+    std::string error;
+  } rows[] = {
+      {{}, 1, "", "empty command"},
+      {sh("echo out; echo err >&2"), 0, "out\nerr\n", ""},
+      {sh("echo err >&2; exit 3"), 3, "err\n", "err\n"},
+      {sh("exit 255"), 255, "", ""},
+      {sh("printf 'a\\0lost\\nb'"), 0, "ab", ""},  // a zero byte loses the rest of its line
+  };
+  for (const auto& row : rows) {
+    const CommandResult result = run_command(row.arguments);
+    EXPECT_EQ(result.exit_code, row.exit_code) << row.output;
+    EXPECT_EQ(result.output, row.output);
+    EXPECT_EQ(result.error, row.error);
+  }
+}
+
+TEST(CommandRunner, OutputIsKeptWhole) {
+  const CommandResult result =
+      run_command({"/bin/sh", "-c", "head -c 1000000 /dev/zero | tr '\\0' x; exit 1"});
+  EXPECT_EQ(result.error, std::string(1000000, 'x'));
+}
+
+TEST(CommandRunner, OneArgumentWithABlankIsOneProgram) {
+  const CommandResult result = run_command({"echo x"});
+  EXPECT_EQ(result.exit_code, 127);
+  EXPECT_NE(result.error.find("echo x"), std::string::npos);
+}
+
+TEST(CommandRunner, AShellEndedByASignalIsNoSuccess) {
+  // The outer shell execs the inner one, so that the signal ends the child itself.
+  const CommandResult result = run_command({"/bin/sh", "-c", "echo before; kill -9 $$"});
+  EXPECT_NE(result.exit_code, 0);
+  EXPECT_EQ(result.error.substr(0, 7), "before\n");
+}
+
+TEST(CommandRunner, ALineBeyondTheSystemsLimitCannotRun) {
+  EXPECT_EQ(error_of([] {
+              run_command({"true", std::string(200000, 'x')});
+            }),
+            "cannot run command");
+}
+
+TEST(CommandRunner, ShellLineReturnsTheDecodedStatus) {
+  EXPECT_EQ(run_shell_line("exit 7"), 7);
+  EXPECT_EQ(run_shell_line("true"), 0);
+  EXPECT_EQ(run_shell_line("kill -9 $$"), 9);
+}
