@@ -5,3 +5,6 @@
 #include "base/command_runner.h"
 #include "base/environment.h"
 #include "base/files.h"
+#include "config/config.h"
+#include "config/duration.h"
+#include "config/load.h"

@@ -1,0 +1,103 @@
+// The visitor that reads: it takes the values of a block of a YAML document into a record.
+#pragma once
+
+#include <yaml-cpp/yaml.h>
+
+#include <concepts>
+#include <filesystem>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "config/value_readers.h"
+
+namespace zunol_monitoring {
+
+class KeyReader {
+ public:
+  static constexpr bool reading = true;
+  static constexpr bool rendering = false;
+
+  /// Reads the block `node`, which must live as long as the reader.
+  explicit KeyReader(const YAML::Node& node) : node_(node) {}
+
+  bool has(const char* key) const { return child(key).IsDefined(); }
+
+  void field(const char* key, bool& value) { value = read_bool(node_, key, value); }
+  void field(const char* key, int& value) { value = read_int(node_, key, value); }
+  void field(const char* key, std::uint64_t& value) { value = read_u64(node_, key, value); }
+  void field(const char* key, double& value) { value = read_double(node_, key, value); }
+  void field(const char* key, std::string& value) { value = read_string(node_, key, value); }
+  void field(const char* key, std::filesystem::path& value) {
+    value = read_string(node_, key, value.string());
+  }
+  void duration(const char* key, std::string& value) { field(key, value); }
+
+  void alias(const char* key, auto&& value) {
+    if constexpr (requires { field(key, value); }) {
+      field(key, value);
+    } else {
+      block(key, value);
+    }
+  }
+  template <class Read, class Value>
+  void alias(const char* key, Value& value, void (*feed)(Read, Value&)) {
+    if (const YAML::Node node = child(key); node.IsDefined()) {
+      feed(node.as<std::remove_cvref_t<Read>>(), value);
+    }
+  }
+  void literal(const char* /*key*/, const char* /*text*/) {}
+
+  void list(const char* key, std::vector<std::string>& texts) {
+    if (const YAML::Node node = child(key); node.IsDefined()) texts = read_string_list(node);
+  }
+  void list_always(const char* key, std::vector<std::string>& texts) {
+    texts.clear();
+    list(key, texts);
+  }
+
+  template <class Record>
+  void kept_records(const char* key, std::vector<Record>& list) {
+    const YAML::Node node = child(key);
+    if (!node.IsDefined() || !node.IsSequence()) return;
+    list.clear();
+    for (const YAML::Node& item : node) {
+      KeyReader reader(item);
+      visit_keys(reader, list.emplace_back());
+    }
+  }
+  template <class Record>
+  void records(const char* key, std::vector<Record>& list) {
+    list.clear();
+    kept_records(key, list);
+  }
+  template <class Record>
+  void bare_records(const char* key, std::vector<Record>& list) {
+    records(key, list);
+  }
+
+  /// `keys` is a record or a callable that is handed the reader of the block.
+  template <class Keys>
+  void block(const char* key, Keys&& keys) {
+    const YAML::Node node = child(key);
+    if (!node.IsDefined()) return;
+    KeyReader reader(node);
+    if constexpr (std::invocable<Keys&, KeyReader&>) {
+      keys(reader);
+    } else {
+      visit_keys(reader, keys);
+    }
+  }
+  template <class Record>
+  void flow_block(const char* key, Record& record) {
+    block(key, record);
+  }
+
+ private:
+  YAML::Node child(const char* key) const { return node_[key]; }
+
+  const YAML::Node& node_;
+};
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,29 @@
+#include "config/load.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <stdexcept>
+
+#include "config/key_reader.h"
+
+namespace zunol_monitoring {
+
+Config default_config() {
+  Config config;
+  config.agent.tags = {"monitoring"};
+  return config;
+}
+
+Config load_config(const std::filesystem::path& path) {
+  if (!std::filesystem::exists(path)) {
+    throw std::runtime_error("config not found: " + path.string());
+  }
+  const YAML::Node root = YAML::LoadFile(path.string());
+  Config config = default_config();
+  config.path = path;
+  KeyReader reader(root);
+  visit_keys(reader, config);
+  return config;
+}
+
+}  // namespace zunol_monitoring

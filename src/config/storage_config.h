@@ -1,0 +1,26 @@
+// Section storage: the local store.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+
+#include "config/visit.h"
+
+namespace zunol_monitoring {
+
+struct StorageConfig {
+  /// The database. Its parent directory is also the state directory of the append command.
+  std::filesystem::path local_db = "/var/lib/zunol/monitoring-agent/agent.db";
+  int max_local_incidents = 10;              ///< resolved incidents kept; open ones never count
+  std::uint64_t max_local_bytes = 10485760;  ///< 10 MiB; database, -wal and -shm; 0 is no limit
+  friend bool operator==(const StorageConfig&, const StorageConfig&) = default;
+};
+
+template <class Visitor>
+void visit_keys(Visitor& v, MaybeConst<StorageConfig> auto& storage) {
+  v.field("local_db", storage.local_db);
+  v.field("max_local_incidents", storage.max_local_incidents);
+  v.field("max_local_bytes", storage.max_local_bytes);
+}
+
+}  // namespace zunol_monitoring
