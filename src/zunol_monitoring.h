@@ -8,3 +8,5 @@
 #include "config/config.h"
 #include "config/duration.h"
 #include "config/load.h"
+#include "events/event_envelope.h"
+#include "events/parse_envelope.h"

@@ -1,0 +1,98 @@
+#include "events/event_envelope.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+using namespace zunol_monitoring;
+using nlohmann::json;
+
+namespace {
+
+json good_event() {
+  return {{"schema", "zunol.monitoring.event.v1"},
+          {"event_id", "evt_1"},
+          {"agent_id", "agent"},
+          {"project_id", "project"},
+          {"server_name", "server"},
+          {"type", "agent_started"},
+          {"level", "critical"},
+          {"created_at", "whenever"},
+          {"payload", json::object()}};
+}
+
+}  // namespace
+
+TEST(EventEnvelope, GoodEventsPass) {
+  EXPECT_EQ(validate_event(good_event()), std::nullopt);
+  json event = good_event();
+  event["extra"] = {1, 2};
+  event["payload"] = {{"disk", "/"}};
+  EXPECT_EQ(validate_event(event), std::nullopt);
+  for (const std::string& type : known_event_types()) {
+    event["type"] = type;
+    EXPECT_EQ(validate_event(event), std::nullopt) << type;
+  }
+  EXPECT_EQ(known_event_types().size(), 17U);
+}
+
+TEST(EventEnvelope, TheFirstFaultIsTheReason) {
+  // Each row changes a good event by a merge patch: null removes a key.
+  const struct {
+    const char* change;
+    const char* reason;
+  } rows[] = {
+      {R"({"schema":null})", "missing required field: schema"},
+      {R"({"event_id":null})", "missing required field: event_id"},
+      {R"({"agent_id":null})", "missing required field: agent_id"},
+      {R"({"project_id":null})", "missing required field: project_id"},
+      {R"({"server_name":null})", "missing required field: server_name"},
+      {R"({"type":null})", "missing required field: type"},
+      {R"({"level":null})", "missing required field: level"},
+      {R"({"created_at":null})", "missing required field: created_at"},
+      {R"({"payload":null})", "missing required field: payload"},
+      {R"({"payload":null,"type":"nonsense","schema":1})", "missing required field: payload"},
+      {R"({"schema":1,"event_id":""})", "field must be a non-empty string: schema"},
+      {R"({"schema":"","event_id":""})", "unsupported schema: "},
+      {R"({"schema":"v2","event_id":""})", "unsupported schema: v2"},
+      {R"({"event_id":"","created_at":""})", "field must be a non-empty string: event_id"},
+      {R"({"agent_id":7})", "field must be a non-empty string: agent_id"},
+      {R"({"project_id":[]})", "field must be a non-empty string: project_id"},
+      {R"({"server_name":""})", "field must be a non-empty string: server_name"},
+      {R"({"type":""})", "field must be a non-empty string: type"},
+      {R"({"level":true})", "field must be a non-empty string: level"},
+      {R"({"created_at":"","type":"nonsense"})", "field must be a non-empty string: created_at"},
+      {R"({"type":"Agent_started","level":"x"})", "unknown event type: Agent_started"},
+      {R"({"level":"Info","payload":1})", "level must be info, warning or critical"},
+      {R"({"payload":[]})", "payload must be a JSON object"},
+  };
+  for (const auto& row : rows) {
+    json event = good_event();
+    event.merge_patch(json::parse(row.change));
+    EXPECT_EQ(validate_event(event), row.reason) << row.change;
+  }
+}
+
+TEST(EventEnvelope, ANullIsPresentButNoText) {
+  for (const char* key : {"schema", "event_id", "created_at"}) {
+    json event = good_event();
+    event[key] = nullptr;
+    EXPECT_EQ(validate_event(event), std::string("field must be a non-empty string: ") + key);
+  }
+  json event = good_event();
+  event["payload"] = nullptr;
+  EXPECT_EQ(validate_event(event), "payload must be a JSON object");
+}
+
+TEST(EventEnvelope, OnlyObjectsAreEvents) {
+  for (const char* text : {"[]", "1", "null", "\"text\""}) {
+    EXPECT_EQ(validate_event(json::parse(text)), "event must be a JSON object") << text;
+  }
+  EXPECT_EQ(validate_event(json::object()), "missing required field: schema");
+}
+
+TEST(EventEnvelope, AReasonKeepsZeroBytes) {
+  json event = good_event();
+  event["type"] = std::string("a\0b", 3);
+  EXPECT_EQ(validate_event(event), std::string("unknown event type: a\0b", 23));
+}
