@@ -1,0 +1,70 @@
+#include "append/production_append.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include "append/marker.h"
+#include "append/report_failure.h"
+#include "base/command_runner.h"
+#include "base/environment.h"
+#include "config/load.h"
+
+namespace zunol_monitoring {
+namespace {
+
+std::filesystem::path default_config_path() {
+  return env_or_default("ZUNOL_MONITORING_CONFIG", "/etc/zunol/monitoring-agent/config.yaml");
+}
+
+/// Why the configuration allows no production append, if it does not.
+std::optional<std::string> closed_gate(const VornConfig& vorn) {
+  if (!vorn.enabled) return "vorn.enabled=false";
+  if (vorn.history_block_id.empty()) {
+    return "vorn.history_block_id is required for production append";
+  }
+  if (vorn.wallet_file.empty()) return "vorn.wallet_file is required for production append";
+  return std::nullopt;
+}
+
+/// Five quoted assignments, which the shell gives to the first command of the backend text behind
+/// them.
+std::string backend_line(const VornConfig& vorn, const std::string& event_file,
+                         const std::string& event_id, const std::string& backend) {
+  const auto assignment = [](const char* name, const std::string& value) {
+    return std::string(name) + '=' + shell_quote(value) + ' ';
+  };
+  return assignment("ZUNOL_MONITORING_CONFIG", default_config_path().string()) +
+         assignment("ZUNOL_VORN_EVENT_FILE", event_file) +
+         assignment("ZUNOL_VORN_EVENT_ID", event_id) +
+         assignment("ZUNOL_VORN_HISTORY_BLOCK_ID", vorn.history_block_id) +
+         assignment("ZUNOL_VORN_WALLET_FILE", vorn.wallet_file.string()) + backend;
+}
+
+}  // namespace
+
+int append_to_history(const std::string& event_file, const std::string& event_id) {
+  const Config config = load_config(default_config_path());
+  if (const auto reason = closed_gate(config.vorn)) return report_failure(*reason);
+
+  const std::filesystem::path marker = marker_path(config.storage, event_id);
+  if (std::filesystem::exists(marker)) return 0;
+
+  const std::string backend =
+      env_or_default("ZUNOL_VORN_APPEND_BACKEND", config.vorn.bridge_command);
+  if (backend.empty()) {
+    return report_failure(
+        "VORN append backend is not configured; set vorn.bridge_command or "
+        "ZUNOL_VORN_APPEND_BACKEND");
+  }
+  const CommandResult result =
+      run_command({"/bin/sh", "-c", backend_line(config.vorn, event_file, event_id, backend)});
+  if (result.exit_code != 0) {
+    std::fwrite(result.error.data(), 1, result.error.size(), stderr);
+    return result.exit_code;
+  }
+  write_marker(marker, event_id);
+  return 0;
+}
+
+}  // namespace zunol_monitoring
