@@ -5,6 +5,8 @@
 #include "base/command_runner.h"
 #include "base/environment.h"
 #include "base/files.h"
+#include "base/log.h"
+#include "base/private_file.h"
 #include "config/config.h"
 #include "config/duration.h"
 #include "config/load.h"

@@ -31,14 +31,11 @@ std::optional<std::string> closed_gate(const VornConfig& vorn) {
 /// them.
 std::string backend_line(const VornConfig& vorn, const std::string& event_file,
                          const std::string& event_id, const std::string& backend) {
-  const auto assignment = [](const char* name, const std::string& value) {
-    return std::string(name) + '=' + shell_quote(value) + ' ';
-  };
-  return assignment("ZUNOL_MONITORING_CONFIG", default_config_path().string()) +
-         assignment("ZUNOL_VORN_EVENT_FILE", event_file) +
-         assignment("ZUNOL_VORN_EVENT_ID", event_id) +
-         assignment("ZUNOL_VORN_HISTORY_BLOCK_ID", vorn.history_block_id) +
-         assignment("ZUNOL_VORN_WALLET_FILE", vorn.wallet_file.string()) + backend;
+  return shell_assignment("ZUNOL_MONITORING_CONFIG", default_config_path().string()) +
+         shell_assignment("ZUNOL_VORN_EVENT_FILE", event_file) +
+         shell_assignment("ZUNOL_VORN_EVENT_ID", event_id) +
+         shell_assignment("ZUNOL_VORN_HISTORY_BLOCK_ID", vorn.history_block_id) +
+         shell_assignment("ZUNOL_VORN_WALLET_FILE", vorn.wallet_file.string()) + backend;
 }
 
 }  // namespace

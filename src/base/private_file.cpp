@@ -1,0 +1,47 @@
+#include "base/private_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <utility>
+
+namespace zunol_monitoring {
+
+PrivateFile::PrivateFile(std::filesystem::path path) : path_(std::move(path)) {
+  constexpr mode_t owner_only = 0600;
+  file_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, owner_only);
+  if (file_ < 0) fail();
+  fchmod(file_, owner_only);  // a strict umask may have taken more; failure leaves it stricter
+}
+
+PrivateFile::~PrivateFile() {
+  if (file_ >= 0) close(file_);
+}
+
+void PrivateFile::write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(file_, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail();
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void PrivateFile::sync() {
+  if (fsync(file_) != 0) fail();
+}
+
+void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
+
+bool sync_directory(const std::filesystem::path& directory) {
+  const int handle = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (handle < 0) return false;
+  const bool synced = fsync(handle) == 0;
+  close(handle);
+  return synced;
+}
+
+}  // namespace zunol_monitoring

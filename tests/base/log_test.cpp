@@ -1,0 +1,112 @@
+#include "base/log.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <thread>
+
+#include "base/files.h"
+#include "tests/support.h"
+
+using namespace zunol_monitoring;
+
+namespace {
+
+/// Puts the logger back as a process finds it.
+class Log : public testing::Test {
+ protected:
+  void TearDown() override {
+    set_log_json(false);
+    set_log_debug(false);
+    set_log_file({});
+  }
+  /// What `action` writes to standard error.
+  template <class Action>
+  static std::string err_of(Action action) {
+    testing::internal::CaptureStderr();
+    action();
+    return testing::internal::GetCapturedStderr();
+  }
+  const TempDir dir_;
+};
+
+}  // namespace
+
+TEST_F(Log, PlainLines) {
+  const struct {
+    LogLevel level;
+    const char* message;
+    const char* line;
+  } rows[] = {
+      {LogLevel::Info, "text", "INFO text\n"},
+      {LogLevel::Warn, "two\nlines", "WARN two\nlines\n"},
+      {LogLevel::Error, "", "ERROR \n"},
+      {static_cast<LogLevel>(9), "x", "INFO x\n"},
+  };
+  for (const auto& row : rows) {
+    const std::string err = err_of([&] { log_message(row.level, row.message); });
+    ASSERT_GT(err.size(), 21U);
+    EXPECT_TRUE(std::regex_match(err.substr(0, 21), std::regex("\\d{4}-..-..T..:..:..Z ")));
+    EXPECT_EQ(err.substr(21), row.line);
+  }
+}
+
+TEST_F(Log, DebugIsSilentUntilItIsSet) {
+  EXPECT_EQ(err_of([] { log_message(LogLevel::Debug, "x"); }), "");
+  set_log_debug(true);
+  EXPECT_TRUE(err_of([] { log_message(LogLevel::Debug, "x"); }).ends_with("DEBUG x\n"));
+}
+
+TEST_F(Log, JsonLinesHaveThreeKeys) {
+  set_log_json(true);
+  const std::string err = err_of([] { log_message(LogLevel::Warn, "\xc3\xa9\"\n"); });
+  EXPECT_TRUE(err.starts_with(R"({"level":"WARN","message":"é\"\n","ts":")")) << err;
+  EXPECT_EQ(nlohmann::json::parse(err).size(), 3U);
+  EXPECT_EQ(
+      err_of([] { EXPECT_THROW(log_message(LogLevel::Info, "\xff"), nlohmann::json::exception); }),
+      "");
+}
+
+TEST_F(Log, TheFileGetsTheSameLinesBehindWhatItHas) {
+  const auto file = dir_ / "a/b/agent.log";
+  write_text_file(file, "earlier\n");
+  set_log_file(file);
+  const std::string err = err_of([] {
+    log_message(LogLevel::Info, "one");
+    log_message(LogLevel::Info, "two");
+  });
+  EXPECT_EQ(read_text_file(file), "earlier\n" + err);
+
+  std::filesystem::remove_all(dir_ / "a");
+  err_of([] { log_message(LogLevel::Info, "made anew"); });
+  EXPECT_TRUE(read_text_file(file).ends_with("made anew\n"));
+
+  set_log_file(dir_.path());  // cannot be opened
+  EXPECT_TRUE(err_of([] { log_message(LogLevel::Info, "skipped"); }).ends_with("skipped\n"));
+  set_log_file(file / "below/a/file");
+  EXPECT_TRUE(err_of([] {
+                EXPECT_THROW(log_message(LogLevel::Info, "raised"),
+                             std::filesystem::filesystem_error);
+              }).ends_with("raised\n"));
+}
+
+TEST_F(Log, LinesOfManyThreadsNeverMix) {
+  set_log_file(dir_ / "log");
+  const std::string message(200, 'm');
+  err_of([&] {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&] {
+        for (int j = 0; j < 100; ++j) log_message(LogLevel::Info, message);
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  });
+  std::istringstream lines(read_text_file(dir_ / "log"));
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    EXPECT_EQ(line.substr(20), " INFO " + message);
+  }
+  EXPECT_EQ(count, 400);
+}

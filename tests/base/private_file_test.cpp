@@ -1,0 +1,36 @@
+#include "base/private_file.h"
+
+#include <gtest/gtest.h>
+
+#include "base/files.h"
+#include "tests/support.h"
+
+using namespace zunol_monitoring;
+
+TEST(PrivateFile, IsPrivateFromTheStartWhateverTheUmask) {
+  const TempDir dir;
+  for (const mode_t mask : {0000U, 0022U, 0777U}) {
+    const mode_t before = umask(mask);
+    const auto path = dir / std::to_string(mask);
+    PrivateFile file(path);
+    umask(before);
+    EXPECT_EQ(mode_of(path), 0600U);
+    file.write("one ");
+    file.write("two");
+    file.sync();
+    EXPECT_EQ(read_text_file(path), "one two");
+  }
+}
+
+TEST(PrivateFile, ANameThatIsTakenIsNeverWritten) {
+  const TempDir dir;
+  write_text_file(dir / "victim", "kept");
+  std::filesystem::create_symlink(dir / "victim", dir / "link");
+  std::filesystem::create_symlink(dir / "nowhere", dir / "dangling");
+  for (const char* name : {"victim", "link", "dangling", "missing/directory"}) {
+    const auto path = dir / name;
+    EXPECT_EQ(error_of([&] { const PrivateFile file(path); }), "cannot write " + path.string());
+  }
+  EXPECT_EQ(read_text_file(dir / "victim"), "kept");
+  EXPECT_FALSE(std::filesystem::exists(dir / "nowhere"));
+}
