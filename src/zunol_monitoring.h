@@ -10,5 +10,6 @@
 #include "config/config.h"
 #include "config/duration.h"
 #include "config/load.h"
+#include "events/build_event.h"
 #include "events/event_envelope.h"
 #include "events/parse_envelope.h"

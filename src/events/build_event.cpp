@@ -1,0 +1,69 @@
+#include "events/build_event.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <utility>
+
+#include "base/clock.h"
+#include "events/event_envelope.h"
+
+namespace zunol_monitoring {
+namespace {
+
+using nlohmann::json;
+
+/// Keys of the envelope, which never stay in the payload.
+constexpr std::array reserved_keys = {"schema",      "event_id", "agent_id", "project_id",
+                                      "server_name", "type",     "level",    "created_at"};
+
+bool nested_deeper_than(int levels, const json& value) {
+  if (!value.is_structured()) return false;
+  if (levels == 0) return true;
+  return std::ranges::any_of(
+      value, [levels](const json& item) { return nested_deeper_than(levels - 1, item); });
+}
+
+/// The text under `key`, or what `otherwise` gives.
+template <class Otherwise>
+std::string text_or(const json& data, const char* key, Otherwise otherwise) {
+  if (data.is_object()) {
+    const auto found = data.find(key);
+    if (found != data.end() && found->is_string()) return found->get<std::string>();
+  }
+  return otherwise();
+}
+
+json payload_of(const json& data) {
+  if (!data.is_object()) return {{"value", data}};
+  json payload = json::object();
+  for (const auto& [key, value] : data.items()) {
+    if (std::ranges::find(reserved_keys, key) == reserved_keys.end()) payload[key] = value;
+  }
+  if (payload.size() != 1 || !payload.contains("payload")) return payload;
+  json unwrapped = std::move(payload["payload"]);
+  return unwrapped.is_null() ? json::object() : unwrapped;
+}
+
+}  // namespace
+
+json build_event(const Config& config, const std::string& type, const json& data) {
+  if (nested_deeper_than(max_data_depth, data)) {
+    throw std::runtime_error("event data is nested more than " + std::to_string(max_data_depth) +
+                             " levels deep");
+  }
+  json event = json::object();
+  event["schema"] = event_schema;
+  event["event_id"] = text_or(data, "event_id", [] { return make_id("evt"); });
+  event["agent_id"] = config.agent.id;
+  event["project_id"] = config.agent.project_id;
+  event["server_name"] = config.agent.server_name;
+  event["type"] = type;
+  event["level"] = text_or(data, "level", [] { return std::string("info"); });
+  event["created_at"] = text_or(data, "created_at", [] { return utc_timestamp_iso(); });
+  event["payload"] = payload_of(data);
+  return event;
+}
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,89 @@
+#include "events/build_event.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "events/event_envelope.h"
+#include "tests/support.h"
+
+using namespace zunol_monitoring;
+using nlohmann::json;
+
+namespace {
+
+Config identity() {
+  Config config;
+  config.agent.id = "agent";
+  config.agent.project_id = "project";
+  config.agent.server_name = "server";
+  return config;
+}
+
+json nested_arrays(int levels) {
+  return json::parse(std::string(static_cast<std::size_t>(levels), '[') +
+                     std::string(static_cast<std::size_t>(levels), ']'));
+}
+
+}  // namespace
+
+TEST(BuildEvent, LiftsTheReservedKeysAndKeepsTheRestAsPayload) {
+  const struct {
+    const char* data;
+    const char* payload;
+    const char* level;
+  } rows[] = {
+      {"5", R"({"value":5})", "info"},
+      {"null", R"({"value":null})", "info"},
+      {"[1]", R"({"value":[1]})", "info"},
+      {"{}", "{}", "info"},
+      {R"({"level":"warning","disk":"/"})", R"({"disk":"/"})", "warning"},
+      {R"({"level":3,"disk":"/"})", R"({"disk":"/"})", "info"},
+      {R"({"schema":"x","agent_id":"x","project_id":"x","server_name":"x","type":"x","a":1})",
+       R"({"a":1})", "info"},
+      {R"({"payload":{"a":1}})", R"({"a":1})", "info"},
+      {R"({"payload":null})", "{}", "info"},
+      {R"({"payload":7})", "7", "info"},
+      {R"({"payload":{"a":1},"extra":2})", R"({"payload":{"a":1},"extra":2})", "info"},
+      {R"({"payload":{"a":1},"level":"critical"})", R"({"a":1})", "critical"},
+  };
+  for (const auto& row : rows) {
+    const json event = build_event(identity(), "test_event", json::parse(row.data));
+    EXPECT_EQ(event["payload"], json::parse(row.payload)) << row.data;
+    EXPECT_EQ(event["level"], row.level) << row.data;
+    EXPECT_EQ(event["schema"], "zunol.monitoring.event.v1");
+    EXPECT_EQ(event["agent_id"], "agent");
+    EXPECT_EQ(event["project_id"], "project");
+    EXPECT_EQ(event["server_name"], "server");
+    EXPECT_EQ(event["type"], "test_event");
+    EXPECT_EQ(event.size(), 9U);
+  }
+}
+
+TEST(BuildEvent, IdAndTimeComeFromTheDataOrAreMade) {
+  const json given =
+      build_event(identity(), "t", {{"event_id", ""}, {"created_at", "then"}, {"a", 1}});
+  EXPECT_EQ(given["event_id"], "");
+  EXPECT_EQ(given["created_at"], "then");
+  EXPECT_EQ(given["payload"], json({{"a", 1}}));
+
+  const json made = build_event(identity(), "t", {{"event_id", 1}, {"created_at", nullptr}});
+  EXPECT_TRUE(made["event_id"].get<std::string>().starts_with("evt_"));
+  EXPECT_EQ(made["created_at"].get<std::string>().size(), 20U);
+  EXPECT_EQ(made["payload"], json::object());
+}
+
+TEST(BuildEvent, WhatItMakesOfAGoodTypeIsAnEvent) {
+  EXPECT_EQ(validate_event(build_event(default_config(), "agent_started", nullptr)), std::nullopt);
+  EXPECT_EQ(validate_event(build_event(default_config(), "nonsense", nullptr)),
+            "unknown event type: nonsense");
+}
+
+TEST(BuildEvent, DepthIsBounded) {
+  const json deepest = nested_arrays(max_data_depth);
+  EXPECT_EQ(build_event(identity(), "t", deepest)["payload"]["value"], deepest);
+  for (const int levels : {max_data_depth + 1, 1000000}) {
+    EXPECT_EQ(error_of([&] { build_event(identity(), "t", nested_arrays(levels)); }),
+              "event data is nested more than 500 levels deep");
+  }
+}
