@@ -1,6 +1,7 @@
 include(CheckCXXSourceCompiles)
 
 find_package(nlohmann_json REQUIRED)
+find_package(SQLite3 REQUIRED)
 find_package(yaml-cpp REQUIRED)
 
 # The append command starts once for every event, and loading shared libraries would take longer than

@@ -13,3 +13,5 @@
 #include "events/build_event.h"
 #include "events/event_envelope.h"
 #include "events/parse_envelope.h"
+#include "store/sqlite_store.h"
+#include "store/sync_queue.h"

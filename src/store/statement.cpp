@@ -1,0 +1,44 @@
+#include "store/statement.h"
+
+#include <sqlite3.h>
+
+#include <stdexcept>
+
+namespace zunol_monitoring {
+
+Statement::Statement(sqlite3* database, const char* sql) : database_(database) {
+  sqlite3_stmt* statement = nullptr;
+  require(sqlite3_prepare_v2(database_, sql, -1, &statement, nullptr) == SQLITE_OK);
+  statement_.reset(statement);
+}
+
+void Statement::run() { require(sqlite3_step(statement_.get()) == SQLITE_DONE); }
+
+bool Statement::next() { return sqlite3_step(statement_.get()) == SQLITE_ROW; }
+
+std::string Statement::text(int column) const {
+  const unsigned char* text = sqlite3_column_text(statement_.get(), column);
+  return text == nullptr ? std::string() : reinterpret_cast<const char*>(text);
+}
+
+int Statement::integer(int column) const { return sqlite3_column_int(statement_.get(), column); }
+
+void Statement::Finalizer::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
+void Statement::bind_one(int index, const std::string& value) {
+  // A text beyond SQLite's limit would otherwise be bound as NULL.
+  require(sqlite3_bind_text64(statement_.get(), index, value.data(), value.size(), SQLITE_TRANSIENT,
+                              SQLITE_UTF8) == SQLITE_OK);
+}
+
+void Statement::bind_one(int index, int value) {
+  require(sqlite3_bind_int(statement_.get(), index, value) == SQLITE_OK);
+}
+
+void Statement::require(bool good) const {
+  if (!good) throw std::runtime_error(sqlite3_errmsg(database_));
+}
+
+}  // namespace zunol_monitoring

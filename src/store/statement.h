@@ -1,0 +1,50 @@
+// The owner of one prepared statement, and all handling of SQLite's results.
+#pragma once
+
+#include <memory>
+#include <string>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace zunol_monitoring {
+
+/// Failures raise std::runtime_error with the text of sqlite3_errmsg. The statement is finalised on
+/// every way out.
+class Statement {
+ public:
+  Statement(sqlite3* database, const char* sql);
+
+  /// Binds the values to the parameters, from the first on: text, int or double. SQLite takes a
+  /// copy.
+  template <class... Values>
+  Statement& bind(const Values&... values) {
+    int index = 0;
+    (bind_one(++index, values), ...);
+    return *this;
+  }
+
+  /// Runs a statement that writes.
+  void run();
+  /// Steps to the next row of a statement that reads; false when there is none, for whatever
+  /// reason.
+  bool next();
+
+  // Columns of the present row, from 0. A NULL reads as "" or 0; text ends at its first zero byte.
+  std::string text(int column) const;
+  int integer(int column) const;
+
+ private:
+  struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const;
+  };
+
+  void bind_one(int index, const std::string& value);
+  void bind_one(int index, int value);
+  void require(bool good) const;
+
+  sqlite3* database_;
+  std::unique_ptr<sqlite3_stmt, Finalizer> statement_;
+};
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,78 @@
+#include "store/sync_queue.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "base/clock.h"
+#include "store/sqlite_store.h"
+#include "store/statement.h"
+
+namespace zunol_monitoring {
+namespace {
+
+const std::string select_pending =
+    "SELECT event_id, payload, status, attempt_count, last_error, created_at "
+    "FROM vorn_sync_queue WHERE status='pending' ";
+
+VornSyncItem read_item(const Statement& row) {
+  return {.event_id = row.text(0),
+          .payload = row.text(1),
+          .status = row.text(2),
+          .attempt_count = row.integer(3),
+          .last_error = row.text(4),
+          .created_at = row.text(5)};
+}
+
+}  // namespace
+
+int retry_delay_seconds(int failures) { return std::min(3600, 30 << std::clamp(failures, 0, 7)); }
+
+void SqliteStore::enqueue_sync_event(const std::string& event_id, const std::string& payload) {
+  Statement(db,
+            "INSERT OR IGNORE INTO vorn_sync_queue(event_id, payload, status, created_at) "
+            "VALUES(?, ?, 'pending', ?)")
+      .bind(event_id, payload, utc_timestamp_iso())
+      .run();
+}
+
+std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_not_due) {
+  static const std::string all = select_pending + "ORDER BY created_at ASC LIMIT ?";
+  static const std::string due = select_pending +
+                                 "AND (next_attempt_at='' OR next_attempt_at<=?) "
+                                 "ORDER BY created_at ASC LIMIT ?";
+  Statement rows(db, (include_not_due ? all : due).c_str());
+  if (include_not_due) {
+    rows.bind(limit);
+  } else {
+    rows.bind(utc_timestamp_iso(), limit);
+  }
+  std::vector<VornSyncItem> items;
+  while (rows.next()) items.push_back(read_item(rows));
+  return items;
+}
+
+void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
+  Statement(db,
+            "UPDATE vorn_sync_queue SET status='sent', sent_at=?, next_attempt_at='', "
+            "last_error='' WHERE event_id=?")
+      .bind(utc_timestamp_iso(), event_id)
+      .run();
+}
+
+void SqliteStore::record_sync_failure(const std::string& event_id, const std::string& error) {
+  int failures = 0;
+  {
+    Statement row(db, "SELECT attempt_count FROM vorn_sync_queue WHERE event_id=?");
+    row.bind(event_id);
+    if (row.next()) failures = row.integer(0);
+  }
+  const auto next_attempt =
+      std::chrono::system_clock::now() + std::chrono::seconds(retry_delay_seconds(failures));
+  Statement(db,
+            "UPDATE vorn_sync_queue SET attempt_count=attempt_count+1, next_attempt_at=?, "
+            "last_error=? WHERE event_id=?")
+      .bind(utc_timestamp_iso(next_attempt), error, event_id)
+      .run();
+}
+
+}  // namespace zunol_monitoring
