@@ -13,5 +13,8 @@
 #include "events/build_event.h"
 #include "events/event_envelope.h"
 #include "events/parse_envelope.h"
+#include "history/history_writer.h"
+#include "history/queueing_history_writer.h"
+#include "history/spool_export.h"
 #include "store/sqlite_store.h"
 #include "store/sync_queue.h"

@@ -1,0 +1,45 @@
+// The history writer over the local store: events survive a restart and a history service that is
+// away.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "config/config.h"
+#include "history/history_writer.h"
+#include "store/sqlite_store.h"
+
+namespace zunol_monitoring {
+
+/// Both operations do nothing while vorn.enabled is false. It may be used by one thread at a time,
+/// as the store may.
+class QueueingVornHistoryWriter : public VornHistoryWriter {
+ public:
+  /// Remembers both, which stay the caller's and must outlive the writer. The configuration's
+  /// present values count at each call.
+  QueueingVornHistoryWriter(const Config& settings, SqliteStore& queue)
+      : config(&settings), store(&queue) {}
+
+  /// Builds the event (build_event), judges it and queues its compact JSON text; an id that is
+  /// queued already changes nothing. An event that the judge refuses is dropped with the log line
+  /// "invalid vorn history event: " and the reason at level Error. Raises what build_event, the
+  /// JSON library (text that is no UTF-8) and the store raise; the event is then not queued.
+  void enqueue(const std::string& type, const nlohmann::json& data) override;
+
+  /// Hands at most vorn.max_batch due rows to the transport, oldest first, and marks each delivered
+  /// one sent. A row that fails is scheduled anew with the reason, which is logged at level Warn,
+  /// and the next one is tried. With vorn.queue_only nothing is delivered. Delivery is at least
+  /// once.
+  ///
+  /// Raises what the store raises when it cannot list rows or record a failure.
+  int flush() override;
+
+ private:
+  void deliver(const VornSyncItem& item) const;
+  void run_append_command(const VornSyncItem& item) const;
+
+  const Config* config;
+  SqliteStore* store;
+};
+
+}  // namespace zunol_monitoring

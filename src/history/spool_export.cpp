@@ -1,0 +1,33 @@
+#include "history/spool_export.h"
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "base/clock.h"
+#include "base/files.h"
+#include "base/private_file.h"
+
+namespace zunol_monitoring {
+
+void export_spool_file(const VornConfig& config, const VornSyncItem& item) {
+  ensure_group_directory(config.export_dir);
+  const std::string stamp = item.created_at.empty() ? utc_timestamp_compact() : item.created_at;
+  const std::filesystem::path final_path =
+      config.export_dir /
+      (sanitize_path_component(stamp) + '_' + sanitize_path_component(item.event_id) + ".json");
+  const std::filesystem::path temporary_path = final_path.string() + ".tmp." + make_id("vorn");
+
+  // The row's copy of the event is given up once this returns: it must outlast a power failure.
+  {
+    PrivateFile file(temporary_path);
+    file.write(item.payload + '\n');
+    file.sync();
+  }
+  std::filesystem::rename(temporary_path, final_path);
+  set_owner_group_read_mode(final_path);
+  if (!sync_directory(config.export_dir)) {
+    throw std::runtime_error("cannot write " + temporary_path.string());
+  }
+}
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,326 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "base/command_runner.h"
+#include "base/files.h"
+#include "events/build_event.h"
+#include "history/queueing_history_writer.h"
+#include "history/spool_export.h"
+#include "tests/store/sql.h"
+
+namespace fs = std::filesystem;
+using namespace zunol_monitoring;
+using nlohmann::json;
+
+namespace {
+
+class HistoryWriter : public testing::Test {
+ protected:
+  HistoryWriter() {
+    config_.vorn.queue_only = false;
+    config_.vorn.transport = "spool";
+    config_.vorn.export_dir = spool_;
+    fs::create_directory(dir_ / "tmp");
+  }
+
+  void deliver_by(const std::string& command) {
+    config_.vorn.transport = "command";
+    config_.vorn.append_command = command;
+  }
+  void enqueue(const std::string& id) { writer_.enqueue("test_event", {{"event_id", id}}); }
+  std::string query(const std::string& text) const { return sql(file_, text); }
+  void make_due() const {
+    query(
+        "UPDATE vorn_sync_queue SET next_attempt_at='2020-01-01T00:00:00Z' "
+        "WHERE next_attempt_at<>''");
+  }
+  /// What `action` logs, without the times.
+  template <class Action>
+  static std::string log_of(Action action) {
+    testing::internal::CaptureStderr();
+    action();
+    std::istringstream lines(testing::internal::GetCapturedStderr());
+    std::string log;
+    for (std::string line; std::getline(lines, line);) {
+      const bool has_time = line.size() > 20 && line[10] == 'T' && line[19] == 'Z';
+      log += line.substr(has_time ? 21 : 0) + '\n';
+    }
+    return log;
+  }
+  std::size_t files_in(const fs::path& directory) const {
+    return static_cast<std::size_t>(
+        std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
+  }
+
+  const TempDir dir_;
+  const fs::path file_ = dir_ / "agent.db";
+  const fs::path spool_ = dir_ / "spool";
+  const EnvGuard tmpdir_{"TMPDIR", (dir_ / "tmp").c_str()};
+  Config config_;
+  SqliteStore store_{file_};
+  QueueingVornHistoryWriter writer_{config_, store_};
+};
+
+}  // namespace
+
+TEST_F(HistoryWriter, EnqueueKeepsTheCompactEvent) {
+  config_.vorn.queue_only = true;  // the flush's concern alone
+  config_.agent.id = "é";
+  writer_.enqueue("check_failed", {{"event_id", "evt_1"}, {"created_at", "t"}, {"disk", "/"}});
+  EXPECT_EQ(query("SELECT event_id, payload FROM vorn_sync_queue"),
+            "evt_1|{\"agent_id\":\"é\",\"created_at\":\"t\",\"event_id\":\"evt_1\","
+            "\"level\":\"info\",\"payload\":{\"disk\":\"/\"},\"project_id\":\"project_local\","
+            "\"schema\":\"zunol.monitoring.event.v1\",\"server_name\":\"localhost\","
+            "\"type\":\"check_failed\"}\n");
+}
+
+TEST_F(HistoryWriter, EnqueueDropsWhatTheJudgeRefusesWithOneLine) {
+  EXPECT_EQ(log_of([&] { writer_.enqueue("nonsense", 1); }),
+            "ERROR invalid vorn history event: unknown event type: nonsense\n");
+  EXPECT_EQ(log_of([&] { enqueue(""); }),
+            "ERROR invalid vorn history event: field must be a non-empty string: event_id\n");
+  EXPECT_EQ(query("SELECT count(*) FROM vorn_sync_queue"), "0\n");
+}
+
+TEST_F(HistoryWriter, EnqueueRaisesWhatItCannotQueue) {
+  EXPECT_THROW(writer_.enqueue("test_event", "\xff"), json::exception);
+  std::string deep(1000000, '[');
+  deep.append(1000000, ']');
+  const json data = json::parse(deep);
+  EXPECT_EQ(error_of([&] { writer_.enqueue("test_event", data); }),
+            "event data is nested more than 500 levels deep");
+  const json deepest =
+      json::parse(std::string(max_data_depth, '[') + std::string(max_data_depth, ']'));
+  writer_.enqueue("test_event", deepest);
+  EXPECT_EQ(query("SELECT count(*) FROM vorn_sync_queue"), "1\n");
+}
+
+TEST_F(HistoryWriter, DisabledDoesNothing) {
+  enqueue("evt_1");
+  config_.vorn.enabled = false;
+  EXPECT_EQ(log_of([&] {
+              enqueue("evt_2");
+              writer_.enqueue("nonsense", 1);
+              store_.close();  // not even read
+              EXPECT_EQ(writer_.flush(), 0);
+            }),
+            "");
+  EXPECT_EQ(query("SELECT group_concat(event_id) FROM vorn_sync_queue"), "evt_1\n");
+}
+
+TEST_F(HistoryWriter, QueueOnlyLeavesTheRowsAlone) {
+  config_.vorn.queue_only = true;
+  enqueue("evt_1");
+  EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 0); }), "");
+  EXPECT_EQ(query("SELECT status, attempt_count, next_attempt_at FROM vorn_sync_queue"),
+            "pending|0|\n");
+}
+
+TEST_F(HistoryWriter, FlushTakesOneBatch) {
+  EXPECT_EQ(writer_.flush(), 0);  // an empty queue
+  for (int i = 0; i < 105; ++i) enqueue("evt_" + std::to_string(i));
+  config_.vorn.max_batch = 3;
+  EXPECT_EQ(writer_.flush(), 3);
+  config_.vorn.max_batch = 0;  // counts as 100
+  EXPECT_EQ(writer_.flush(), 100);
+  EXPECT_EQ(writer_.flush(), 2);
+  EXPECT_EQ(files_in(spool_), 105U);
+}
+
+TEST_F(HistoryWriter, SpoolFilesAreCompleteAndSharedWithTheGroup) {
+  enqueue("a/b:c");
+  query("UPDATE vorn_sync_queue SET created_at='2026-11-19T02:58:20Z'");
+  fs::create_directory(spool_);
+  fs::permissions(spool_, fs::perms::all);
+  EXPECT_EQ(writer_.flush(), 1);
+  const fs::path file = spool_ / "2026-11-19T02_58_20Z_a_b_c.json";
+  EXPECT_EQ(read_text_file(file), query("SELECT payload FROM vorn_sync_queue"));
+  EXPECT_EQ(mode_of(file), 0640U);
+  EXPECT_EQ(mode_of(spool_), 0750U);
+
+  // A second delivery of the row replaces the file.
+  write_text_file(file, "earlier");
+  query("UPDATE vorn_sync_queue SET status='pending'");
+  EXPECT_EQ(writer_.flush(), 1);
+  EXPECT_EQ(read_text_file(file), query("SELECT payload FROM vorn_sync_queue"));
+  EXPECT_EQ(files_in(spool_), 1U);
+}
+
+TEST_F(HistoryWriter, SpoolNamesWithoutATimeOrAnId) {
+  VornSyncItem item;
+  item.payload = "{}";
+  export_spool_file(config_.vorn, item);
+  const std::string name = fs::directory_iterator(spool_)->path().filename();
+  EXPECT_EQ(name.size(), 16 + std::string("_item.json").size());
+  EXPECT_TRUE(name.ends_with("Z_item.json")) << name;
+}
+
+TEST_F(HistoryWriter, AFailingSpoolKeepsTheRowAndTheEarlierFile) {
+  enqueue("evt_1");
+  write_text_file(spool_, "a file in the way");
+  const std::string log = log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  EXPECT_TRUE(
+      log.starts_with("WARN vorn event flush failed event_id=evt_1 error=filesystem error:"))
+      << log;
+  fs::remove(spool_);
+  make_due();
+  EXPECT_EQ(writer_.flush(), 1);
+
+  query("UPDATE vorn_sync_queue SET status='pending', created_at='t'");
+  fs::create_directory(spool_ / "t_evt_1.json");  // the rename fails
+  log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue"), "pending|2\n");
+}
+
+TEST_F(HistoryWriter, TheCommandGetsThePrivateEventAndLosesIt) {
+  const std::string seen = dir_ / "seen";
+  config_.path = "/etc/it's.yaml";
+  deliver_by(
+      "sh -c 'stat -c %a \"$ZUNOL_VORN_EVENT_FILE\"; cat \"$ZUNOL_VORN_EVENT_FILE\"; "
+      "echo \"$ZUNOL_VORN_EVENT_ID $ZUNOL_MONITORING_CONFIG\"' >" +
+      seen);
+  enqueue("it's $HOME");
+  EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 1); }), "");
+  EXPECT_EQ(read_text_file(seen),
+            "600\n" + query("SELECT payload FROM vorn_sync_queue") + "it's $HOME /etc/it's.yaml\n");
+  EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
+}
+
+TEST_F(HistoryWriter, WithoutAFileTheCommandGetsNoConfiguration) {
+  const EnvGuard unset("ZUNOL_MONITORING_CONFIG");
+  deliver_by("sh -c '[ -z \"${ZUNOL_MONITORING_CONFIG+set}\" ]'");
+  enqueue("evt_1");
+  EXPECT_EQ(writer_.flush(), 1);
+}
+
+TEST_F(HistoryWriter, AFailedRowDoesNotStopTheBatch) {
+  deliver_by("sh -c '[ \"$ZUNOL_VORN_EVENT_ID\" != b ] || { echo boom; exit 3; }'");
+  for (const char* id : {"a", "b", "c"}) enqueue(id);
+  EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 2); }),
+            "WARN vorn event flush failed event_id=b error=append_command failed: boom\n\n");
+  EXPECT_EQ(query("SELECT event_id, status, attempt_count, last_error FROM vorn_sync_queue "
+                  "ORDER BY event_id"),
+            "a|sent|0|\nb|pending|1|append_command failed: boom\n\nc|sent|0|\n");
+  EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
+  EXPECT_EQ(writer_.flush(), 0);  // not due yet
+  deliver_by("true");
+  make_due();
+  EXPECT_EQ(writer_.flush(), 1);
+}
+
+TEST_F(HistoryWriter, EachFailureIsTheRowsReason) {
+  const struct {
+    const char* name;
+    std::function<void()> change;
+    std::string reason;
+  } rows[] = {
+      {"no transport", [&] { config_.vorn.transport = "Spool"; }, "vorn transport is queue-only"},
+      {"no program", [&] { deliver_by("/nowhere/at/all"); }, "append_command failed: "},
+      {"a line beyond the system's limit", [&] { deliver_by(": " + std::string(200000, 'x')); },
+       "cannot run command"},
+      {"a megabyte of output",
+       [&] { deliver_by("sh -c 'head -c 1000000 /dev/zero | tr \"\\0\" x; exit 1'"); },
+       "append_command failed: " + std::string(1000000, 'x')},
+      {"no directory for the event file",
+       [&] {
+         deliver_by("true");
+         fs::remove(dir_ / "tmp");
+       },
+       "filesystem error: temp_directory_path: "},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    query("DELETE FROM vorn_sync_queue");
+    enqueue("evt_1");
+    row.change();
+    log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+    const auto items = store_.list_sync_events(1, true);
+    ASSERT_EQ(items.size(), 1U);
+    EXPECT_EQ(items[0].last_error.substr(0, row.reason.size()), row.reason);
+    EXPECT_EQ(items[0].attempt_count, 1);
+  }
+  fs::create_directory(dir_ / "tmp");
+  make_due();
+  EXPECT_EQ(writer_.flush(), 1);
+}
+
+TEST_F(HistoryWriter, AFullDiskKeepsTheRowAndLeavesNoEventFile) {
+  if (run_shell_line("mount -t tmpfs -o size=64k none " + (dir_ / "tmp").string()) != 0) {
+    GTEST_SKIP() << "needs the right to mount a small file system";
+  }
+  writer_.enqueue("test_event", {{"event_id", "evt_1"}, {"text", std::string(100000, 'x')}});
+  deliver_by("true");
+  const std::string log = log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  EXPECT_TRUE(log.starts_with("WARN vorn event flush failed event_id=evt_1 error=cannot write " +
+                              (dir_ / "tmp/vorn-event_").string()))
+      << log;
+  EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
+
+  config_.vorn.transport = "spool";
+  config_.vorn.export_dir = dir_ / "tmp/spool";
+  make_due();
+  log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  for (const auto& entry : fs::directory_iterator(config_.vorn.export_dir)) {
+    EXPECT_NE(entry.path().string().find(".json.tmp.vorn_"), std::string::npos) << entry.path();
+  }
+  run_shell_line("umount " + (dir_ / "tmp").string());
+  make_due();
+  EXPECT_EQ(writer_.flush(), 1);
+}
+
+TEST_F(HistoryWriter, ARefusedMarkCountsAsAFailure) {
+  store_.exec(
+      "CREATE TRIGGER refuse BEFORE UPDATE ON vorn_sync_queue WHEN NEW.status='sent' "
+      "BEGIN SELECT RAISE(ABORT, 'no marks today'); END");
+  enqueue("evt_1");
+  EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 0); }),
+            "WARN vorn event flush failed event_id=evt_1 error=no marks today\n");
+  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue"), "pending|1\n");
+}
+
+TEST_F(HistoryWriter, AQueueThatCannotBeListedOrKeptRaises) {
+  enqueue("evt_1");
+  store_.exec(
+      "CREATE TRIGGER refuse BEFORE UPDATE ON vorn_sync_queue "
+      "BEGIN SELECT RAISE(ABORT, 'read-only'); END");
+  EXPECT_EQ(error_of([&] { writer_.flush(); }), "read-only");
+  store_.exec("DROP TABLE vorn_sync_queue");
+  EXPECT_EQ(error_of([&] { writer_.flush(); }), "no such table: vorn_sync_queue");
+  store_.close();
+  EXPECT_FALSE(fs::exists(file_.string() + "-wal"));
+}
+
+TEST_F(HistoryWriter, ALockedDatabaseIsWaitedFor) {
+  enqueue("evt_1");
+  std::thread other([&] {
+    run_process(
+        {"/bin/sh", "-c",
+         "{ echo 'BEGIN IMMEDIATE;'; sleep 1; echo 'COMMIT;'; } | sqlite3 " + file_.string()},
+        {{"PATH", "/usr/bin:/bin"}});
+  });
+  EXPECT_EQ(writer_.flush(), 1);
+  other.join();
+}
+
+TEST_F(HistoryWriter, TwoFlushesAndAnEnqueueAtOnceLoseNothing) {
+  constexpr int events = 100;
+  for (int i = 0; i < events; ++i) enqueue("early_" + std::to_string(i));
+  const auto flush_until_empty = [&] {
+    SqliteStore store(file_);
+    QueueingVornHistoryWriter writer(config_, store);
+    while (!store.list_sync_events(1, true).empty()) writer.flush();
+  };
+  EXPECT_EQ(log_of([&] {
+              std::thread first(flush_until_empty);
+              std::thread second(flush_until_empty);
+              for (int i = 0; i < events; ++i) enqueue("late_" + std::to_string(i));
+              first.join();
+              second.join();
+            }),
+            "");
+  writer_.flush();
+  EXPECT_EQ(query("SELECT status, count(*) FROM vorn_sync_queue GROUP BY 1"), "sent|200\n");
+  EXPECT_EQ(files_in(spool_), 200U);
+}
