@@ -1,11 +1,10 @@
 #include "base/clock.h"
 
+#include <array>
+#include <charconv>
 #include <ctime>
-#include <iomanip>
-#include <locale>
 #include <mutex>
 #include <random>
-#include <sstream>
 
 namespace zunol_monitoring {
 namespace {
@@ -17,10 +16,8 @@ std::string format_utc(system_clock::time_point time, const char* format) {
       system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
   std::tm parts{};
   gmtime_r(&seconds, &parts);
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  out << std::put_time(&parts, format);
-  return std::move(out).str();
+  std::array<char, 32> text;
+  return {text.data(), std::strftime(text.data(), text.size(), format, &parts)};
 }
 
 /// The next number of the process's one generator. It is seeded with 32 bits of the system's random
@@ -48,10 +45,11 @@ std::int64_t now_microseconds() {
 }
 
 std::string make_id(std::string_view prefix) {
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  out << prefix << '_' << utc_timestamp_compact() << '_' << std::hex << next_random();
-  return std::move(out).str();
+  std::array<char, 16> number;
+  const auto end = std::to_chars(number.begin(), number.end(), next_random(), 16).ptr;
+  std::string id(prefix);
+  id.append(1, '_').append(utc_timestamp_compact()).append(1, '_').append(number.begin(), end);
+  return id;
 }
 
 }  // namespace zunol_monitoring

@@ -37,12 +37,14 @@ std::string text_or(const json& data, const char* key, Otherwise otherwise) {
 
 json payload_of(const json& data) {
   if (!data.is_object()) return {{"value", data}};
-  json payload = json::object();
-  for (const auto& [key, value] : data.items()) {
-    if (std::ranges::find(reserved_keys, key) == reserved_keys.end()) payload[key] = value;
+  json::object_t payload;
+  for (const auto& [key, value] : data.get_ref<const json::object_t&>()) {
+    if (std::ranges::find(reserved_keys, key) == reserved_keys.end()) {
+      payload.emplace_hint(payload.end(), key, value);
+    }
   }
-  if (payload.size() != 1 || !payload.contains("payload")) return payload;
-  json unwrapped = std::move(payload["payload"]);
+  if (payload.size() != 1 || payload.begin()->first != "payload") return payload;
+  json unwrapped = std::move(payload.begin()->second);
   return unwrapped.is_null() ? json::object() : unwrapped;
 }
 
@@ -53,16 +55,20 @@ json build_event(const Config& config, const std::string& type, const json& data
     throw std::runtime_error("event data is nested more than " + std::to_string(max_data_depth) +
                              " levels deep");
   }
-  json event = json::object();
-  event["schema"] = event_schema;
-  event["event_id"] = text_or(data, "event_id", [] { return make_id("evt"); });
-  event["agent_id"] = config.agent.id;
-  event["project_id"] = config.agent.project_id;
-  event["server_name"] = config.agent.server_name;
-  event["type"] = type;
-  event["level"] = text_or(data, "level", [] { return std::string("info"); });
-  event["created_at"] = text_or(data, "created_at", [] { return utc_timestamp_iso(); });
-  event["payload"] = payload_of(data);
+  // In the order of the keys, so that each goes to the end of the sorted object.
+  json::object_t event;
+  const auto add = [&event](const char* key, auto&& value) {
+    event.emplace_hint(event.end(), key, std::forward<decltype(value)>(value));
+  };
+  add("agent_id", config.agent.id);
+  add("created_at", text_or(data, "created_at", [] { return utc_timestamp_iso(); }));
+  add("event_id", text_or(data, "event_id", [] { return make_id("evt"); }));
+  add("level", text_or(data, "level", [] { return std::string("info"); }));
+  add("payload", payload_of(data));
+  add("project_id", config.agent.project_id);
+  add("schema", event_schema);
+  add("server_name", config.agent.server_name);
+  add("type", type);
   return event;
 }
 

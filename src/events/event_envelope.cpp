@@ -7,15 +7,22 @@
 namespace zunol_monitoring {
 namespace {
 
-/// The keys of an event in the order in which they are looked for. The values are judged in the
-/// same order: schema first, then the other strings, payload last.
-constexpr std::array required_keys = {"schema",     "event_id",    "agent_id",
-                                      "project_id", "server_name", "type",
-                                      "level",      "created_at",  "payload"};
-
-std::string not_a_text(const char* key) {
-  return std::string("field must be a non-empty string: ") + key;
-}
+/// The keys of an event in the order in which they are looked for, and judged.
+enum Key : std::size_t {
+  schema,
+  event_id,
+  agent_id,
+  project_id,
+  server_name,
+  type,
+  level,
+  created_at,
+  payload,
+  key_count
+};
+constexpr std::array<const char*, key_count> key_names = {"schema",     "event_id",    "agent_id",
+                                                          "project_id", "server_name", "type",
+                                                          "level",      "created_at",  "payload"};
 
 }  // namespace
 
@@ -44,28 +51,30 @@ const std::vector<std::string>& known_event_types() {
 
 std::optional<std::string> validate_event(const nlohmann::json& event) {
   if (!event.is_object()) return "event must be a JSON object";
-  for (const char* key : required_keys) {
-    if (!event.contains(key)) return std::string("missing required field: ") + key;
+  std::array<const nlohmann::json*, key_count> values{};
+  for (std::size_t key = 0; key < key_count; ++key) {
+    const auto found = event.find(key_names[key]);
+    if (found == event.end()) return std::string("missing required field: ") + key_names[key];
+    values[key] = &*found;
   }
 
-  const auto* schema = event["schema"].get_ptr<const std::string*>();
-  if (schema == nullptr) return not_a_text("schema");
-  if (*schema != event_schema) return "unsupported schema: " + *schema;
-
-  for (auto key = required_keys.begin() + 1; key != required_keys.end() - 1; ++key) {
-    const auto* text = event[*key].get_ptr<const std::string*>();
-    if (text == nullptr || text->empty()) return not_a_text(*key);
+  std::array<const std::string*, payload> texts{};
+  for (std::size_t key = schema; key < payload; ++key) {
+    texts[key] = values[key]->get_ptr<const std::string*>();
+    // An empty schema is a wrong one.
+    if (texts[key] == nullptr || (texts[key]->empty() && key != schema)) {
+      return std::string("field must be a non-empty string: ") + key_names[key];
+    }
+    if (key == schema && *texts[key] != event_schema) return "unsupported schema: " + *texts[key];
   }
 
-  const auto& type = event["type"].get_ref<const std::string&>();
-  if (std::ranges::find(known_event_types(), type) == known_event_types().end()) {
-    return "unknown event type: " + type;
+  if (std::ranges::find(known_event_types(), *texts[type]) == known_event_types().end()) {
+    return "unknown event type: " + *texts[type];
   }
-  const auto& level = event["level"].get_ref<const std::string&>();
-  if (level != "info" && level != "warning" && level != "critical") {
+  if (*texts[level] != "info" && *texts[level] != "warning" && *texts[level] != "critical") {
     return "level must be info, warning or critical";
   }
-  if (!event["payload"].is_object()) return "payload must be a JSON object";
+  if (!values[payload]->is_object()) return "payload must be a JSON object";
   return std::nullopt;
 }
 
