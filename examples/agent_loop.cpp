@@ -23,15 +23,12 @@ int run(const char* config_file) {
   writer.enqueue("check_failed", {{"level", "warning"}, {"check", "disk"}, {"used_percent", 91.5}});
   writer.enqueue("check_recovered", {{"check", "disk"}, {"used_percent", 62.0}});
 
-  // A failed row is due again after 30 seconds at the earliest.
-  for (int round = 0; round < 5; ++round) {
-    std::cout << "delivered " << writer.flush() << '\n';
-    const std::size_t pending = store.list_sync_events(1000, true).size();
-    if (pending == 0) return 0;
-    std::cout << "still pending: " << pending << '\n';
-    std::this_thread::sleep_for(std::chrono::seconds(10));
+  while (true) {
+    std::cout << "delivered " << writer.flush() << std::endl;
+    if (store.list_sync_events(1, true).empty()) return 0;
+    if (config.vorn.queue_only || !config.vorn.enabled) return 1;  // nothing leaves this host
+    std::this_thread::sleep_for(std::chrono::seconds(5));  // a failed row is due again later
   }
-  return 1;
 }
 
 }  // namespace
