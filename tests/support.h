@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -18,6 +19,14 @@ std::optional<std::string> error_of(Action action) {
     return error.what();
   }
   return std::nullopt;
+}
+
+/// Whether `text` has the digits of `form` where that has a 9, and otherwise its very bytes.
+inline bool has_form(const std::string& text, const std::string& form) {
+  const auto matches = [](char byte, char pattern) {
+    return pattern == '9' ? byte >= '0' && byte <= '9' : byte == pattern;
+  };
+  return std::ranges::equal(text, form, matches);
 }
 
 /// A new directory that goes with the test.

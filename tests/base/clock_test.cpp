@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
-#include <regex>
 #include <set>
 #include <thread>
 #include <vector>
@@ -19,13 +18,19 @@ TEST(Clock, TimestampsAreUtcOfWholeSeconds) {
   EXPECT_EQ(utc_timestamp_iso(system_clock::time_point{1795057100s + 999ms}),
             "2026-11-19T02:58:20Z");
   EXPECT_EQ(utc_timestamp_iso(system_clock::time_point{-1ms}), "1969-12-31T23:59:59Z");
-  EXPECT_TRUE(std::regex_match(utc_timestamp_iso(), std::regex("....-..-..T..:..:..Z")));
-  EXPECT_TRUE(std::regex_match(utc_timestamp_compact(), std::regex("\\d{8}T\\d{6}Z")));
+  EXPECT_TRUE(has_form(utc_timestamp_iso(), "9999-99-99T99:99:99Z"));
+  EXPECT_TRUE(has_form(utc_timestamp_compact(), "99999999T999999Z"));
 }
 
 TEST(Clock, IdsHaveOneShape) {
-  const std::regex shape("vorn-event_\\d{8}T\\d{6}Z_[1-9a-f][0-9a-f]{0,15}");
-  for (int i = 0; i < 100; ++i) EXPECT_TRUE(std::regex_match(make_id("vorn-event"), shape));
+  for (int i = 0; i < 100; ++i) {
+    const std::string id = make_id("vorn-event");
+    EXPECT_TRUE(has_form(id.substr(0, 28), "vorn-event_99999999T999999Z_")) << id;
+    const std::string number = id.substr(28);
+    EXPECT_LE(number.size(), 16U);
+    EXPECT_EQ(number.find_first_not_of("0123456789abcdef"), std::string::npos) << id;
+    EXPECT_NE(number.front(), '0') << id;
+  }
   EXPECT_EQ(make_id("").front(), '_');
 }
 
