@@ -3,5 +3,7 @@
 add_library(zunol_warnings INTERFACE)
 target_compile_options(zunol_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  # A record is given some of its fields, and keeps its defaults for the others.
+  -Wno-missing-field-initializers
   # GCC 12 reports it falsely for text + std::string.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)

@@ -152,8 +152,8 @@ int main(int argc, char** argv) {
   compare("fresh append", "shell and jq", ours(event, true), jq(true), rounds / 10 + 1);
   compare("repeat", "shell and jq", ours(event, false), jq(false), rounds / 10 + 1);
   for (const auto& [name, file] : {std::pair{"10 MB of rows", rows}, {"10 MB of text", text}}) {
-    compare(name, "bare parse, load, shells", ours(file, true), bare(file, true), rounds / 50 + 1);
-    compare(name, "Python", ours(file, true), python(file, true), rounds / 50 + 1);
+    compare(name, "bare parse, load, shells", ours(file, true), bare(file, true), rounds / 15 + 1);
+    compare(name, "Python", ours(file, true), python(file, true), rounds / 15 + 1);
   }
   print_instructions("start-up, no variable set", unset);
   print_instructions("fresh append", ours(event, true));

@@ -15,13 +15,14 @@
 namespace zunol_monitoring {
 namespace {
 
-/// Makes a run independent of the signals that its parent ignores. An ignored SIGCHLD would hide
-/// the backend's status. SIGPIPE gets a handler that does nothing, so that a closed standard error
-/// ends neither this process nor, as a handler does not outlive an exec, changes what the backend
-/// sees.
+/// Makes a run independent of the signals that its parent ignores, and of limits that end a process
+/// by a signal. An ignored SIGCHLD would hide the backend's status. A closed standard error and a
+/// limit on the size of files are to be errors of a write: their signals get a handler that does
+/// nothing. Unlike an ignored signal it does not reach the backend, as no handler outlives an exec.
 void settle_signals() {
   std::signal(SIGCHLD, SIG_DFL);
   std::signal(SIGPIPE, [](int) {});
+  std::signal(SIGXFSZ, [](int) {});
 }
 
 /// An event problem is reported before any configuration problem: the configuration is loaded only

@@ -15,7 +15,8 @@ namespace zunol_monitoring {
 
 /// The marker of an event: in the state directory (that of the database, or the default one when
 /// storage.local_db names no directory), "vorn-bridge-ledger", and the sanitised id with ".ok"
-/// behind it. Ids that differ only in bytes that a file name cannot carry share one marker.
+/// behind it. Ids that differ only in bytes that a file name cannot carry share one marker. Raises
+/// std::runtime_error with "storage.local_db holds a zero byte": the system would see another path.
 std::filesystem::path marker_path(const StorageConfig& storage, const std::string& event_id);
 
 /// Leaves the marker: the id and a line feed, with mode 0600. Raises the error of write_text_file.

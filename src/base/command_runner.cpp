@@ -42,6 +42,8 @@ CommandResult run_command(const std::vector<std::string>& arguments) {
   std::string line;
   for (const std::string& argument : arguments) line += shell_quote(argument) + ' ';
   line += "2>&1";
+  // The system takes a line only up to its first zero byte, which would be another line.
+  if (line.find('\0') != std::string::npos) throw std::runtime_error("cannot run command");
 
   std::unique_ptr<std::FILE, PipeCloser> pipe(popen(line.c_str(), "r"));
   if (!pipe) throw std::runtime_error("cannot run command");

@@ -28,7 +28,7 @@ std::string shell_assignment(const char* name, std::string_view value);
 /// 4095 bytes or its line. There is no time-out and no limit on the output. The empty list starts
 /// nothing and gives exit code 1 with the error "empty command". Raises std::runtime_error with
 /// "cannot run command" when the shell cannot be started, as with arguments beyond the system's
-/// limit.
+/// limit or with a zero byte in them.
 ///
 /// A process that ignores SIGCHLD cannot learn its child's status: every run then counts as failed.
 CommandResult run_command(const std::vector<std::string>& arguments);

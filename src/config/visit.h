@@ -23,6 +23,8 @@
 //                             the visitor of the block
 //   flow_block(key, record)   the same, rendered on one line
 //
+// A visitor that reads also answers has(key): whether the block has the key.
+//
 // A visitor also says, as static constants, whether it is `reading` (it changes what it visits) and
 // whether it is `rendering`, for the few places where the two differ.
 #pragma once

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 
+#include "append/marker.h"
 #include "tests/append/append_scene.h"
 
 namespace fs = std::filesystem;
@@ -208,17 +210,24 @@ TEST(AppendCommand, TheMarkerCountsByBeingThere) {
 }
 
 TEST(AppendCommand, TheLedgerLiesBesideTheDatabase) {
-  const TempDir dir;
-  const CwdGuard cwd(dir.path());
-  AppendScene scene;
-  scene.local_db = "./agent.db";
-  scene.run();
-  EXPECT_TRUE(fs::exists(dir / "vorn-bridge-ledger/evt_1.ok"));
-
-  // A bare name has no directory: the fixed one is used, so the marker here does not count.
-  scene.local_db = "agent.db";
-  scene.vorn["bridge_command"] = "exit 5";
-  EXPECT_EQ(scene.run().status, 5);
+  const std::string fixed = "/var/lib/zunol/monitoring-agent/vorn-bridge-ledger/evt_a_b.ok";
+  const struct {
+    const char* local_db;
+    std::string marker;
+  } rows[] = {
+      {"/var/lib/zunol/monitoring-agent/agent.db", fixed},
+      {"agent.db", fixed},
+      {"", fixed},
+      {"/agent.db", "/vorn-bridge-ledger/evt_a_b.ok"},
+      {"./agent.db", "./vorn-bridge-ledger/evt_a_b.ok"},
+      {"data/agent.db", "data/vorn-bridge-ledger/evt_a_b.ok"},
+      {"a/../agent.db", "a/../vorn-bridge-ledger/evt_a_b.ok"},
+  };
+  for (const auto& row : rows) {
+    zunol_monitoring::StorageConfig storage;
+    storage.local_db = row.local_db;
+    EXPECT_EQ(zunol_monitoring::marker_path(storage, "evt_a:b").string(), row.marker);
+  }
 }
 
 TEST(AppendCommand, AMarkerThatCannotBeMadeIsAnErrorAfterTheAppend) {
@@ -295,20 +304,63 @@ TEST(AppendCommand, HostileConfigurationsEndInAnError) {
 
 TEST(AppendCommand, WhatTheParentIgnoresChangesNothing) {
   AppendScene scene;
-  const std::string show_signals = "grep -E '^Sig(Ign|Blk)' /proc/self/status; exit 6";
-  const auto run_under = [&](const std::string& prefix, const std::string& backend) {
-    scene.vorn["bridge_command"] = backend;
-    scene.write_config();
-    write_text_file(scene.dir / "event.json", scene.event.dump());
-    return scene.run_command_only(
-        {"/bin/sh", "-c", prefix + "exec " ZUNOL_BIN_DIR "/zunol-vorn-append-event"});
-  };
-  const ProcessResult plain = run_under("", show_signals);
-  const ProcessResult ignoring = run_under("trap '' CHLD PIPE; ", show_signals);
-  EXPECT_EQ(plain.status, 6);
-  EXPECT_EQ(ignoring.status, 6);
-  EXPECT_EQ(ignoring.err, plain.err);
-  expect_run(run_under("trap '' CHLD PIPE; ", "true"), 0, "");
+  const std::vector<std::string> ignoring = {"/usr/bin/env", "--ignore-signal=CHLD",
+                                             "--ignore-signal=PIPE",
+                                             ZUNOL_BIN_DIR "/zunol-vorn-append-event"};
+  scene.vorn["bridge_command"] = "grep ^SigIgn /proc/self/status; exit 6";
+  for (const ProcessResult& run : {scene.run(), scene.run_command_only(ignoring)}) {
+    EXPECT_EQ(run.status, 6);
+    ASSERT_TRUE(run.err.starts_with("SigIgn:\t")) << run.err;
+    const unsigned long ignored = std::stoul(run.err.substr(8), nullptr, 16);
+    EXPECT_EQ(ignored & (1UL << (SIGCHLD - 1) | 1UL << (SIGPIPE - 1)), 0U) << run.err;
+  }
+  scene.vorn["bridge_command"] = "true";
+  scene.write_config();
+  expect_run(scene.run_command_only(ignoring), 0, "");
+}
+
+TEST(AppendCommand, AZeroByteInTheConfigurationIsAnError) {
+  const struct {
+    const char* key;
+    const char* message;
+  } rows[] = {{"wallet_file", "cannot run command"},
+              {"history_block_id", "cannot run command"},
+              {"bridge_command", "cannot run command"}};
+  for (const auto& row : rows) {
+    AppendScene scene;
+    scene.vorn[row.key] = std::string("a\0b", 3);
+    expect_error(scene.run(), row.message);
+  }
+  AppendScene scene;
+  scene.local_db = std::string("/tmp\0/agent.db", 14);
+  expect_error(scene.run(), "storage.local_db holds a zero byte");
+}
+
+TEST(AppendCommand, TheBackendInheritsInputAndDirectoryAndPathsAsHandedIn) {
+  const TempDir dir;
+  AppendScene scene;
+  write_text_file(dir / "sub/input", "from the caller");
+  std::filesystem::create_directory_symlink(dir / "sub", dir / "link");
+  // Normalised, this path would name another file.
+  const std::string event = (dir / "link/../event.json").string();
+  write_text_file(dir / "event.json", scene.event.dump());
+  scene.environment["ZUNOL_VORN_EVENT_FILE"] = event;
+  scene.vorn["bridge_command"] = "sh -c 'cat; pwd; echo \"$ZUNOL_VORN_EVENT_FILE\"; exit 1'";
+  scene.write_config();
+  const ProcessResult run =
+      scene.run_command_only({"/bin/sh", "-c",
+                              "cd " + dir.path().string() +
+                                  "; exec " ZUNOL_BIN_DIR "/zunol-vorn-append-event <sub/input"});
+  expect_run(run, 1, "from the caller" + dir.path().string() + "\n" + event + "\n");
+}
+
+TEST(AppendCommand, ALimitOnTheSizeOfFilesIsNoSignal) {
+  const AppendScene scene;
+  scene.run();
+  std::filesystem::remove(scene.marker());
+  const ProcessResult run = scene.run_command_only(
+      {"/bin/sh", "-c", "ulimit -f 0; exec " ZUNOL_BIN_DIR "/zunol-vorn-append-event"});
+  EXPECT_LT(run.status, 1000) << "ended by signal " << run.status - 1000;
 }
 
 TEST(AppendCommand, AReaderOfStandardErrorThatIsGoneDoesNotEndTheRunBySignal) {

@@ -34,7 +34,9 @@ struct AppendScene {
   /// How often the default backend has run.
   std::size_t calls() const {
     const auto file = dir / "calls";
-    return std::filesystem::exists(file) ? zunol_monitoring::read_text_file(file).size() / 7 : 0;
+    if (!std::filesystem::exists(file)) return 0;
+    const std::string lines = zunol_monitoring::read_text_file(file);
+    return static_cast<std::size_t>(std::ranges::count(lines, '\n'));
   }
 
   /// Writes the configuration and the event as they now are, and runs the command.

@@ -54,8 +54,12 @@ TEST(SqliteLedger, KeepsEachEventOfABlockOnceAndByteForByte) {
   const ProcessResult again = scene.append();
   EXPECT_EQ(again.status, 0);
   EXPECT_EQ(again.out + again.err, "");
-  EXPECT_EQ(scene.sql("SELECT count(*), sequence, history_block_id, event_id FROM ledger").out,
-            "1|1|block|evt_1\n");
+  EXPECT_EQ(scene
+                .sql("SELECT count(*), sequence, history_block_id, event_id, typeof(event), "
+                     "abs(strftime('%s', 'now') - strftime('%s', appended_at)) < 60 FROM ledger")
+                .out,
+            "1|1|block|evt_1|text|1\n");
+  EXPECT_EQ(scene.sql("SELECT \"unique\" FROM pragma_index_list('ledger')").out, "1\n");
   scene.sql("SELECT writefile('" + (scene.dir / "copy").string() + "', event) FROM ledger");
   EXPECT_EQ(read_text_file(scene.dir / "copy"), event);
 }
@@ -140,8 +144,16 @@ TEST(SqliteLedger, WhatIsMissingIsNamedInOneLine) {
     scene.environment["ZUNOL_VORN_EVENT_FILE"] = (scene.dir / file).string();
     expect_one_line_of_failure(scene.append(), "cannot read event file");
   }
-  scene.environment["PATH"] = scene.dir.path();
-  EXPECT_NE(scene.append().status, 0);
+  LedgerScene without_sqlite;
+  without_sqlite.environment["PATH"] = without_sqlite.dir.path();
+  std::filesystem::create_symlink("/usr/bin/tr", without_sqlite.dir / "tr");
+  expect_one_line_of_failure(without_sqlite.append(), "the program sqlite3 is not installed");
+}
+
+TEST(SqliteLedger, TheUsersOwnSettingsOfSqliteDoNotCount) {
+  const LedgerScene scene;
+  write_text_file(scene.dir / ".sqliterc", ".bail on\nSELECT no_such_column;\n");
+  EXPECT_EQ(scene.append().status, 0);
 }
 
 TEST(SqliteLedger, ALedgerPathIsNeverAnOptionOrAUri) {

@@ -22,7 +22,29 @@ TEST(Clock, TimestampsAreUtcOfWholeSeconds) {
   EXPECT_TRUE(has_form(utc_timestamp_compact(), "99999999T999999Z"));
 }
 
+TEST(Clock, TheClocksTellThePresent) {
+  const auto before = std::chrono::system_clock::now();
+  const std::int64_t micros = now_microseconds();
+  const std::string iso = utc_timestamp_iso();
+  const std::string compact = utc_timestamp_compact();
+  const auto after = std::chrono::system_clock::now();
+  EXPECT_GE(iso, utc_timestamp_iso(before));
+  EXPECT_LE(iso, utc_timestamp_iso(after));
+  const auto in_micros = [](auto time) {
+    return std::chrono::duration_cast<std::chrono::microseconds>(time.time_since_epoch()).count();
+  };
+  EXPECT_GE(micros, in_micros(before));
+  EXPECT_LE(micros, in_micros(after));
+  const auto digits = [](std::string text) {
+    std::erase_if(text, [](char byte) { return byte < '0' || byte > '9'; });
+    return text;
+  };
+  EXPECT_GE(digits(compact), digits(iso));
+  EXPECT_LE(digits(compact), digits(utc_timestamp_iso(after)));
+}
+
 TEST(Clock, IdsHaveOneShape) {
+  std::size_t longest = 0;
   for (int i = 0; i < 100; ++i) {
     const std::string id = make_id("vorn-event");
     EXPECT_TRUE(has_form(id.substr(0, 28), "vorn-event_99999999T999999Z_")) << id;
@@ -30,7 +52,9 @@ TEST(Clock, IdsHaveOneShape) {
     EXPECT_LE(number.size(), 16U);
     EXPECT_EQ(number.find_first_not_of("0123456789abcdef"), std::string::npos) << id;
     EXPECT_NE(number.front(), '0') << id;
+    longest = std::max(longest, number.size());
   }
+  EXPECT_GT(longest, 14U);  // of 100 numbers of 64 bits
   EXPECT_EQ(make_id("").front(), '_');
 }
 

@@ -61,11 +61,15 @@ TEST(CommandRunner, OneArgumentWithABlankIsOneProgram) {
   EXPECT_NE(result.error.find("echo x"), std::string::npos);
 }
 
-TEST(CommandRunner, AShellEndedByASignalIsNoSuccess) {
-  // The outer shell execs the inner one, so that the signal ends the child itself.
-  const CommandResult result = run_command({"/bin/sh", "-c", "echo before; kill -9 $$"});
-  EXPECT_NE(result.exit_code, 0);
-  EXPECT_EQ(result.error.substr(0, 7), "before\n");
+TEST(CommandRunner, AShellEndedByASignalGivesTheRawStatus) {
+  const CommandResult outer = run_command({"/bin/sh", "-c", "echo before; kill -9 $PPID"});
+  EXPECT_EQ(outer.exit_code, 9);
+  EXPECT_EQ(outer.error, "before\n");
+  EXPECT_NE(run_command({"/bin/sh", "-c", "kill -9 $$"}).exit_code, 0);
+}
+
+TEST(CommandRunner, AZeroByteIsNoPartOfALine) {
+  EXPECT_EQ(error_of([] { run_command({"echo", std::string("a\0b", 3)}); }), "cannot run command");
 }
 
 TEST(CommandRunner, ALineBeyondTheSystemsLimitCannotRun) {
