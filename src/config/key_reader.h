@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "config/value_readers.h"
+#include "config/yaml_block.h"
 
 namespace zunol_monitoring {
 
@@ -20,17 +21,17 @@ class KeyReader {
   static constexpr bool rendering = false;
 
   /// Reads the block `node`, which must live as long as the reader.
-  explicit KeyReader(const YAML::Node& node) : node_(node) {}
+  explicit KeyReader(const YAML::Node& node) : block_(node) {}
 
-  bool has(const char* key) const { return child(key).IsDefined(); }
+  bool has(const char* key) const { return block_.has(key); }
 
-  void field(const char* key, bool& value) { value = read_bool(node_, key, value); }
-  void field(const char* key, int& value) { value = read_int(node_, key, value); }
-  void field(const char* key, std::uint64_t& value) { value = read_u64(node_, key, value); }
-  void field(const char* key, double& value) { value = read_double(node_, key, value); }
-  void field(const char* key, std::string& value) { value = read_string(node_, key, value); }
+  void field(const char* key, bool& value) { value = read_bool(block_, key, value); }
+  void field(const char* key, int& value) { value = read_int(block_, key, value); }
+  void field(const char* key, std::uint64_t& value) { value = read_u64(block_, key, value); }
+  void field(const char* key, double& value) { value = read_double(block_, key, value); }
+  void field(const char* key, std::string& value) { value = read_string(block_, key, value); }
   void field(const char* key, std::filesystem::path& value) {
-    value = read_string(node_, key, value.string());
+    value = read_string(block_, key, value.string());
   }
   void duration(const char* key, std::string& value) { field(key, value); }
 
@@ -43,14 +44,14 @@ class KeyReader {
   }
   template <class Read, class Value>
   void alias(const char* key, Value& value, void (*feed)(Read, Value&)) {
-    if (const YAML::Node node = child(key); node.IsDefined()) {
+    if (const YAML::Node node = block_.take(key); node.IsDefined()) {
       feed(node.as<std::remove_cvref_t<Read>>(), value);
     }
   }
   void literal(const char* /*key*/, const char* /*text*/) {}
 
   void list(const char* key, std::vector<std::string>& texts) {
-    if (const YAML::Node node = child(key); node.IsDefined()) texts = read_string_list(node);
+    if (const YAML::Node node = block_.take(key); node.IsDefined()) texts = read_string_list(node);
   }
   void list_always(const char* key, std::vector<std::string>& texts) {
     texts.clear();
@@ -59,7 +60,7 @@ class KeyReader {
 
   template <class Record>
   void kept_records(const char* key, std::vector<Record>& list) {
-    const YAML::Node node = child(key);
+    const YAML::Node node = block_.take(key);
     if (!node.IsDefined() || !node.IsSequence()) return;
     list.clear();
     for (const YAML::Node& item : node) {
@@ -80,7 +81,7 @@ class KeyReader {
   /// `keys` is a record or a callable that is handed the reader of the block.
   template <class Keys>
   void block(const char* key, Keys&& keys) {
-    const YAML::Node node = child(key);
+    const YAML::Node node = block_.take(key);
     if (!node.IsDefined()) return;
     KeyReader reader(node);
     if constexpr (std::invocable<Keys&, KeyReader&>) {
@@ -95,9 +96,7 @@ class KeyReader {
   }
 
  private:
-  YAML::Node child(const char* key) const { return node_[key]; }
-
-  const YAML::Node& node_;
+  YamlBlock block_;
 };
 
 }  // namespace zunol_monitoring

@@ -6,21 +6,20 @@
 #include <string>
 #include <vector>
 
-namespace YAML {
-class Node;
-}
+#include "config/yaml_block.h"
 
 namespace zunol_monitoring {
 
-// The value of `key` in the block `node`, or `fallback` where the key is absent or the block
-// undefined. A key without a value is no integer, double or bool, and reads as the text "null".
-std::string read_string(const YAML::Node& node, const char* key, const std::string& fallback);
-int read_int(const YAML::Node& node, const char* key, int fallback);
-std::uint64_t read_u64(const YAML::Node& node, const char* key, std::uint64_t fallback);
-double read_double(const YAML::Node& node, const char* key, double fallback);
-bool read_bool(const YAML::Node& node, const char* key, bool fallback);
+// The value of `key` in the block, or `fallback` where the key is absent or the block undefined. A
+// key without a value is no integer, double or bool, and reads as the text "null".
+std::string read_string(YamlBlock& block, const char* key, const std::string& fallback);
+int read_int(YamlBlock& block, const char* key, int fallback);
+std::uint64_t read_u64(YamlBlock& block, const char* key, std::uint64_t fallback);
+double read_double(YamlBlock& block, const char* key, double fallback);
+bool read_bool(YamlBlock& block, const char* key, bool fallback);
 
-/// The items of the list `node` itself; the empty list for anything but a sequence.
+/// The items of the list `node` itself; the empty list for anything but a sequence, an undefined
+/// node included. An item without a value reads as the text "null".
 std::vector<std::string> read_string_list(const YAML::Node& node);
 
 }  // namespace zunol_monitoring

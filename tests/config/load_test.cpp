@@ -4,20 +4,11 @@
 
 #include <functional>
 
-#include "base/files.h"
-#include "tests/support.h"
+#include "tests/config/load_text.h"
 
 using namespace zunol_monitoring;
 
 namespace {
-
-Config load(const std::string& yaml) {
-  const TempDir dir;
-  write_text_file(dir / "config.yaml", yaml);
-  Config config = load_config(dir / "config.yaml");
-  config.path.clear();
-  return config;
-}
 
 using Texts = std::vector<std::string>;
 
@@ -35,7 +26,7 @@ TEST(LoadConfig, AFileWithoutKeysGivesTheDefaults) {
                            "checks:\n", "unknown: {a: [1]}\nvorn: {unknown: 1}\n"}) {
     Config expected = default_config();
     if (std::string(yaml).starts_with("agent")) expected.agent.tags.clear();
-    EXPECT_EQ(load(yaml), expected) << yaml;
+    EXPECT_EQ(load_text(yaml), expected) << yaml;
   }
 }
 
@@ -45,7 +36,7 @@ TEST(LoadConfig, PlainConstructionHasNoTag) {
 }
 
 TEST(LoadConfig, EachKeyOfTheCoreSectionsHasItsField) {
-  const Config config = load(R"(
+  const Config config = load_text(R"(
 version: 2
 agent: {id: a, server_name: b, environment: c, project_id: d, tags: [e, f]}
 storage: {local_db: data/x.db, max_local_incidents: -1, max_local_bytes: 18446744073709551615}
@@ -130,7 +121,7 @@ TEST(LoadConfig, TheKeyReadLastWins) {
   for (const auto& row : rows) {
     Config expected = default_config();
     row.expected(expected);
-    EXPECT_EQ(load(row.yaml), expected) << row.yaml;
+    EXPECT_EQ(load_text(row.yaml), expected) << row.yaml;
   }
 }
 
@@ -167,7 +158,7 @@ TEST(LoadConfig, WhatDoesNotConvertFailsInTheLibrarysWords) {
       {"a: [", "yaml-cpp: error at line 1, column 1: end of sequence flow not found"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(error_of([&] { (void)load(row.yaml); }), row.error) << row.yaml;
+    EXPECT_EQ(error_of([&] { (void)load_text(row.yaml); }), row.error) << row.yaml;
   }
 }
 
@@ -179,13 +170,13 @@ TEST(LoadConfig, AFileThatIsNotThere) {
 }
 
 TEST(LoadConfig, DepthAndCyclesEndInAnError) {
-  EXPECT_TRUE(error_of([] { (void)load(std::string(10000, '[')); }).has_value());
+  EXPECT_TRUE(error_of([] { (void)load_text(std::string(10000, '[')); }).has_value());
   EXPECT_TRUE(error_of([] {
                 std::string yaml;
                 for (std::size_t level = 0; level < 10000; ++level) {
                   yaml += std::string(level, ' ') + "a:\n";
                 }
-                (void)load(yaml);
+                (void)load_text(yaml);
               }).has_value());
-  EXPECT_EQ(load("&a {agent: *a}").agent.tags, Texts{});
+  EXPECT_EQ(load_text("&a {agent: *a}").agent.tags, Texts{});
 }

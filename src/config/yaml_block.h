@@ -1,0 +1,45 @@
+// A block of a YAML document, looked up by key.
+#pragma once
+
+#include <yaml-cpp/yaml.h>
+
+namespace zunol_monitoring {
+
+/// Files mostly have their keys in the order in which they are read, while the library compares a
+/// key with each key of the block from the first on. So a block remembers what follows the value
+/// that it gave last and looks there first. As each key is taken once, that value is also the first
+/// of its key.
+class YamlBlock {
+ public:
+  /// The block `node`, which may be undefined and must live as long as this object.
+  explicit YamlBlock(const YAML::Node& node) : node_(node) {
+    is_map_ = node_.IsDefined() && node_.IsMap();
+    if (!is_map_) return;
+    next_ = node_.begin();
+    end_ = node_.end();
+  }
+
+  bool has(const char* key) const { return node_.IsDefined() && node_[key].IsDefined(); }
+
+  /// The value of `key`, undefined where the block has none. Raises the library's exception when
+  /// the block is a scalar.
+  YAML::Node take(const char* key) {
+    if (is_map_) {
+      if (next_ == end_) return YAML::Node(YAML::NodeType::Undefined);
+      const auto entry = *next_;
+      if (entry.first.IsScalar() && entry.first.Scalar() == key) {
+        ++next_;
+        return entry.second;
+      }
+    }
+    return node_.IsDefined() ? node_[key] : YAML::Node(YAML::NodeType::Undefined);
+  }
+
+ private:
+  const YAML::Node& node_;
+  bool is_map_ = false;
+  YAML::const_iterator next_;
+  YAML::const_iterator end_;
+};
+
+}  // namespace zunol_monitoring
