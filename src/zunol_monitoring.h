@@ -10,6 +10,7 @@
 #include "config/config.h"
 #include "config/duration.h"
 #include "config/load.h"
+#include "config/overlay.h"
 #include "events/build_event.h"
 #include "events/event_envelope.h"
 #include "events/parse_envelope.h"

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "config/key_reader.h"
+#include "config/overlay.h"
 
 namespace zunol_monitoring {
 
@@ -23,6 +24,7 @@ Config load_config(const std::filesystem::path& path) {
   config.path = path;
   KeyReader reader(root);
   visit_keys(reader, config);
+  apply_environment_overlay(config);
   return config;
 }
 

@@ -7,8 +7,9 @@
 
 namespace zunol_monitoring {
 
-/// default_config() overridden by the YAML file `path`. Only conversion is tested, no bound and no
-/// relation between fields. A file without any key is good.
+/// default_config() overridden by the YAML file `path` and then by the environment
+/// (config/overlay.h). Only conversion is tested, no bound and no relation between fields. A file
+/// without any key is good.
 ///
 /// Raises std::runtime_error with "config not found: " and the path when there is no such file; the
 /// file-system library's error when that cannot be found out; and the YAML library's own exceptions
