@@ -11,6 +11,8 @@
 #include "config/duration.h"
 #include "config/load.h"
 #include "config/overlay.h"
+#include "config/secret_files.h"
+#include "config/validate.h"
 #include "events/build_event.h"
 #include "events/event_envelope.h"
 #include "events/parse_envelope.h"
