@@ -11,6 +11,7 @@
 #include "config/duration.h"
 #include "config/load.h"
 #include "config/overlay.h"
+#include "config/render.h"
 #include "config/secret_files.h"
 #include "config/validate.h"
 #include "events/build_event.h"

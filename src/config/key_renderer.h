@@ -1,0 +1,130 @@
+// The visitor that renders: it writes the keys of a record as lines of YAML.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace zunol_monitoring {
+
+// The text of a value. Texts, durations and paths are quoted, also where a plain word would do.
+std::string yaml_quote(const std::string& text);
+std::string yaml_value(bool value);
+std::string yaml_value(int value);
+std::string yaml_value(std::uint64_t value);
+std::string yaml_value(double value);
+inline std::string yaml_value(const std::string& text) { return yaml_quote(text); }
+inline std::string yaml_value(const std::filesystem::path& path) {
+  return yaml_quote(path.string());
+}
+
+/// Appends, behind a key that is written up to its colon, " []" or the items, one a line, and the
+/// line end.
+void render_string_list(std::string& out, std::size_t indent, const std::vector<std::string>& list);
+
+/// Renders a record on one line, as {key: value, key: value}.
+class FlowRenderer {
+ public:
+  static constexpr bool reading = false;
+  static constexpr bool rendering = true;
+
+  explicit FlowRenderer(std::string& out) : out_(out) {}
+
+  void field(const char* key, const auto& value) {
+    out_.append(separator_).append(key).append(": ").append(yaml_value(value));
+    separator_ = ", ";
+  }
+  void duration(const char* key, const std::string& value) { field(key, value); }
+
+ private:
+  std::string& out_;
+  const char* separator_ = "";
+};
+
+class KeyRenderer {
+ public:
+  static constexpr bool reading = false;
+  static constexpr bool rendering = true;
+
+  /// Renders keys at `indent` blanks. In an item of a list the first key stands behind "- ".
+  explicit KeyRenderer(std::string& out, std::size_t indent = 0, bool list_item = false)
+      : out_(out), indent_(indent), first_of_item_(list_item) {}
+
+  void field(const char* key, const auto& value) { line(key, " " + yaml_value(value)); }
+  void duration(const char* key, const std::string& value) { field(key, value); }
+  void literal(const char* key, const char* text) { line(key, std::string(" ") + text); }
+  void alias(const char* /*key*/, const auto&... /*value*/) {}
+
+  void list(const char* key, const std::vector<std::string>& texts) {
+    begin(key);
+    render_string_list(out_, indent_ + 2, texts);
+  }
+  void list_always(const char* key, const std::vector<std::string>& texts) { list(key, texts); }
+
+  template <class Record>
+  void records(const char* key, const std::vector<Record>& list) {
+    if (list.empty()) {
+      line(key, " []");
+    } else {
+      bare_records(key, list);
+    }
+  }
+  template <class Record>
+  void bare_records(const char* key, const std::vector<Record>& list) {
+    line(key, "");
+    for (const Record& record : list) {
+      KeyRenderer item(out_, indent_ + 4, true);
+      visit_keys(item, record);
+    }
+  }
+  template <class Record>
+  void kept_records(const char* key, const std::vector<Record>& list) {
+    bare_records(key, list);
+  }
+
+  /// An empty line stands before each top-level section.
+  template <class Keys>
+  void block(const char* key, const Keys& keys) {
+    if (indent_ == 0) out_ += '\n';
+    line(key, "");
+    KeyRenderer inner(out_, indent_ + 2);
+    if constexpr (std::invocable<const Keys&, KeyRenderer&>) {
+      keys(inner);
+    } else {
+      visit_keys(inner, keys);
+    }
+  }
+  template <class Record>
+  void flow_block(const char* key, const Record& record) {
+    begin(key);
+    out_ += " {";
+    FlowRenderer inner(out_);
+    visit_keys(inner, record);
+    out_ += "}\n";
+  }
+
+ private:
+  void begin(const char* key) {
+    if (first_of_item_) {
+      out_.append(indent_ - 2, ' ').append("- ");
+      first_of_item_ = false;
+    } else {
+      out_.append(indent_, ' ');
+    }
+    out_.append(key).append(":");
+  }
+  void line(const char* key, const std::string& rest) {
+    begin(key);
+    out_.append(rest).append("\n");
+  }
+
+  std::string& out_;
+  std::size_t indent_;
+  bool first_of_item_;
+};
+
+}  // namespace zunol_monitoring

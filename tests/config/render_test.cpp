@@ -1,0 +1,185 @@
+#include "config/render.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <set>
+
+#include "base/files.h"
+#include "config/key_reader.h"
+#include "tests/config/load_text.h"
+
+using namespace zunol_monitoring;
+
+namespace {
+
+/// Gives every field that is rendered a value that is not its default, and every list a further
+/// item.
+class Scrambler {
+ public:
+  static constexpr bool reading = true;
+  static constexpr bool rendering = true;
+
+  explicit Scrambler(std::set<const void*>& seen) : seen_(seen) {}
+
+  bool has(const char* /*key*/) const { return true; }
+  void field(const char* /*key*/, auto& value) {
+    // A field that two keys feed is changed once.
+    if (seen_.insert(&value).second) change(value);
+  }
+  void duration(const char* key, std::string& value) { field(key, value); }
+  void alias(const char* /*key*/, auto&&... /*value*/) {}
+  void literal(const char* /*key*/, const char* /*text*/) {}
+  void list(const char* key, std::vector<std::string>& list) { field(key, list); }
+  void list_always(const char* key, std::vector<std::string>& list) { field(key, list); }
+  template <class Record>
+  void records(const char* /*key*/, std::vector<Record>& list) {
+    std::set<const void*> inside;
+    Scrambler item(inside);
+    Record record;
+    visit_keys(item, record);
+    list.push_back(record);
+  }
+  void bare_records(const char* key, auto& list) { records(key, list); }
+  void kept_records(const char* key, auto& list) { records(key, list); }
+  void block(const char* /*key*/, auto&& keys) {
+    if constexpr (std::invocable<decltype(keys)&, Scrambler&>) {
+      keys(*this);
+    } else {
+      visit_keys(*this, keys);
+    }
+  }
+  void flow_block(const char* key, auto& record) { block(key, record); }
+
+ private:
+  void change(bool& value) { value = !value; }
+  void change(int& value) { value += 1 + next_++; }
+  void change(std::uint64_t& value) { value += 1 + static_cast<std::uint64_t>(next_++); }
+  void change(double& value) { value += 0.5 + next_++; }
+  void change(std::string& value) { value += "'\"\\\n\xc3\xa9: #" + std::to_string(next_++); }
+  void change(std::filesystem::path& value) { value += " " + std::to_string(next_++); }
+  void change(std::vector<std::string>& list) { list.push_back("- " + std::to_string(next_++)); }
+
+  std::set<const void*>& seen_;
+  inline static int next_ = 0;
+};
+
+Config scrambled() {
+  std::set<const void*> seen;
+  Scrambler scrambler(seen);
+  Config config = default_config();
+  visit_keys(scrambler, config);
+  config.checks.http.items[0].expect_json = {"a.b", "5"};
+  return config;
+}
+
+const std::string golden_file = ZUNOL_SOURCE_DIR "/tests/config/default.yaml";
+
+}  // namespace
+
+TEST(Render, TheDefaultsAreTheFileWrittenByHand) {
+  EXPECT_EQ(render_text(default_config()), read_text_file(golden_file));
+  const TempDir dir;
+  write_default_config(dir / "a/config.yaml");
+  EXPECT_EQ(read_text_file(dir / "a/config.yaml"), read_text_file(golden_file));
+  EXPECT_EQ(mode_of(dir / "a/config.yaml"), 0640U);
+}
+
+// Reading the file written by hand over other values shows that each key has its own field: a
+// misspelt key would leave the other value, or a default where its block is emptied.
+TEST(Render, EachKeyOfTheDefaultsHasItsField) {
+  Config config = scrambled();
+  const Config changed = config;
+  const YAML::Node root = YAML::LoadFile(golden_file);
+  KeyReader reader(root);
+  visit_keys(reader, config);
+  EXPECT_EQ(config, default_config());
+  EXPECT_TRUE(changed != default_config());
+}
+
+TEST(Render, EveryRenderedFieldComesBack) {
+  const Config config = scrambled();
+  const std::string text = render_text(config);
+  const Config loaded = load_text(text);
+  EXPECT_EQ(loaded, config);
+  EXPECT_EQ(render_text(loaded), text);
+  EXPECT_EQ(render_text(load_text(render_text(default_config()))), render_text(default_config()));
+}
+
+TEST(Render, ItemsOfListsLineUp) {
+  Config config = default_config();
+  config.checks.logs.files = {{"/a", {{.regex = "x"}}}, {"/b", {}}};
+  config.checks.http.items = {{.name = "n", .url = "u", .reject_text = {"r"}}};
+  config.checks.http.items.push_back({.name = "m", .url = "v", .expect_json = {"p", "true"}});
+  const std::string text = render_text(config);
+  EXPECT_NE(text.find(R"(
+    files:
+      - path: "/a"
+        patterns:
+          - level: "warning"
+            regex: "x"
+            threshold: 1
+            window: "5m"
+      - path: "/b"
+        patterns: []
+)"),
+            std::string::npos);
+  EXPECT_NE(text.find(R"(
+        expect_text: ""
+        reject_text:
+          - "r"
+      - name: "m"
+        url: "v"
+        method: "GET"
+        timeout: "5s"
+        expect_status: 200
+        max_response_ms: 0
+        expect_text: ""
+        reject_text: []
+        expect_json:
+          path: "p"
+          equals: "true"
+  content_change:
+)"),
+            std::string::npos);
+}
+
+TEST(Render, WhatIsRenderedInItsOwnWay) {
+  const struct {
+    const char* name;
+    void (*change)(Config&);
+    const char* line;
+  } rows[] = {
+      {"version is fixed", [](Config& c) { c.version = 7; }, "version: 1\n\nagent:"},
+      {"bare schedule", [](Config& c) { c.incidents.repeat.schedule = {}; },
+       "    schedule:\n    critical_repeat_until_ack"},
+      {"bare paths", [](Config& c) { c.checks.disk.paths = {}; }, "    paths:\n  inodes:"},
+      {"bare health paths", [](Config& c) { c.checks.disk_health.paths = {}; },
+       "    paths:\n    emergency_percent"},
+      {"one number under two keys",
+       [](Config& c) { c.monitoring_commands.max_output_chars = 1234; },
+       "  max_message_chars: 1234\n"},
+      {"six digits", [](Config& c) { c.checks.cpu.warning.usage_percent = 1234567; },
+       "warning: {usage_percent: 1.23457e+06, duration: \"5m\"}\n"},
+      {"infinite", [](Config& c) { c.checks.load.warning.usage_percent = INFINITY; },
+       "    warning_per_core: inf\n    warning_duration"},
+      {"escapes", [](Config& c) { c.agent.id = "a\"b\\c\nd\x01"; },
+       "  id: \"a\\\"b\\\\c\\nd\\u0001\"\n"},
+      {"mirror", [](Config& c) { c.monitoring_commands.allow_actions = true; },
+       "remote_actions:\n  enabled: true\n  require_confirmation: true\n  ttl_seconds: 15\n"},
+  };
+  for (const auto& row : rows) {
+    Config config = default_config();
+    row.change(config);
+    EXPECT_NE(render_text(config).find(row.line), std::string::npos) << row.name;
+  }
+}
+
+TEST(Render, ATextThatIsNoUtf8LeavesTheFileAlone) {
+  const TempDir dir;
+  write_text_file(dir / "c.yaml", "kept");
+  Config config = default_config();
+  config.agent.id = "\xff";
+  EXPECT_TRUE(error_of([&] { render_config(config, dir / "c.yaml"); }).has_value());
+  EXPECT_EQ(read_text_file(dir / "c.yaml"), "kept");
+}
