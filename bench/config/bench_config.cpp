@@ -1,0 +1,114 @@
+// The configuration beside a bare YAML::LoadFile of the same file.
+#include <malloc.h>
+#include <unistd.h>
+#include <yaml-cpp/yaml.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <new>
+
+#include "bench/paired.h"
+#include "zunol_monitoring.h"
+
+using namespace zunol_monitoring;
+
+namespace {
+
+std::size_t heap_bytes = 0;
+std::size_t heap_peak_bytes = 0;
+
+}  // namespace
+
+// Every allocation of the program, counted.
+void* operator new(std::size_t size) {
+  void* block = std::malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  heap_bytes += malloc_usable_size(block);
+  heap_peak_bytes = std::max(heap_peak_bytes, heap_bytes);
+  return block;
+}
+void operator delete(void* block) noexcept {
+  if (block != nullptr) heap_bytes -= malloc_usable_size(block);
+  std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+namespace {
+
+/// The rendered defaults, with this number of http items.
+struct Scene {
+  Config config = default_config();
+  // Memory-backed: truncating a file on a disk costs more than all the rest.
+  std::string file = "/dev/shm/bench-config." + std::to_string(getpid());
+
+  explicit Scene(long items = 0) {
+    for (long i = 0; i < items; ++i) {
+      config.checks.http.items.push_back({.name = "item " + std::to_string(i),
+                                          .url = "https://host.example/" + std::to_string(i),
+                                          .reject_text = {"error", "fatal"}});
+    }
+    render_config(config, file);
+  }
+  ~Scene() { std::filesystem::remove(file); }
+};
+
+void load(benchmark::State& state) {
+  const Scene scene(state.range(0));
+  run_paired(
+      state, [&] { benchmark::DoNotOptimize(load_config(scene.file)); },
+      [&] { benchmark::DoNotOptimize(YAML::LoadFile(scene.file)); });
+}
+BENCHMARK(load)->ArgName("items")->Arg(0)->Arg(1000)->UseManualTime();
+
+/// A hundred validations against one load.
+void validate_100_times(benchmark::State& state) {
+  const Scene scene;
+  run_paired(
+      state,
+      [&] {
+        for (int i = 0; i < 100; ++i) benchmark::DoNotOptimize(validate_config(scene.config));
+      },
+      [&] { benchmark::DoNotOptimize(YAML::LoadFile(scene.file)); });
+}
+BENCHMARK(validate_100_times)->UseManualTime()->Iterations(200);
+
+void render(benchmark::State& state) {
+  const Scene scene;
+  const std::string out = scene.file + ".out";
+  run_paired(
+      state, [&] { render_config(scene.config, out); },
+      [&] { benchmark::DoNotOptimize(YAML::LoadFile(scene.file)); });
+  std::filesystem::remove(out);
+}
+BENCHMARK(render)->UseManualTime()->Iterations(200);
+
+/// The most that the heap holds while `work` runs, in KiB, beside what it held before.
+template <class Work>
+double heap_peak_kib(Work work) {
+  const std::size_t before = heap_bytes;
+  heap_peak_bytes = heap_bytes;
+  work();
+  return static_cast<double>(heap_peak_bytes - before) / 1024;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The heap keeps its pages, or each load would pay for the pages that the one before it gave
+  // back.
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+  mallopt(M_MMAP_THRESHOLD, 1 << 30);
+  {
+    const Scene scene;
+    const double ours = heap_peak_kib([&] { benchmark::DoNotOptimize(load_config(scene.file)); });
+    const double bare =
+        heap_peak_kib([&] { benchmark::DoNotOptimize(YAML::LoadFile(scene.file)); });
+    std::printf("peak of the heap in a load of the defaults: %.0f KiB, bare %.0f KiB, ratio %.3f\n",
+                ours, bare, ours / bare);
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
