@@ -36,8 +36,10 @@ bool env_bool(const char* name, bool fallback) {
 }
 
 int env_int(const char* name, int fallback) {
+  const std::string value = env_or_default(name, "");
+  if (value.empty()) return fallback;  // the usual case, without the cost of an exception
   try {
-    return std::stoi(env_or_default(name, ""));
+    return std::stoi(value);
   } catch (const std::logic_error&) {  // no number, or one out of range: the value is ignored
     return fallback;
   }
