@@ -8,7 +8,7 @@ namespace zunol_monitoring {
 /// Files mostly have their keys in the order in which they are read, while the library compares a
 /// key with each key of the block from the first on. So a block remembers what follows the value
 /// that it gave last and looks there first. As each key is taken once, that value is also the first
-/// of its key.
+/// of its key, and once the last value is given no other key can be there.
 class YamlBlock {
  public:
   /// The block `node`, which may be undefined and must live as long as this object.
