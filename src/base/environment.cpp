@@ -4,15 +4,10 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "base/lower_case.h"
+
 namespace zunol_monitoring {
 namespace {
-
-std::string lower_case(std::string text) {
-  for (char& byte : text) {
-    if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
-  }
-  return text;
-}
 
 std::string strip(const std::string& text) {
   constexpr const char* white_space = " \t\n\v\f\r";

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/clock.h"
+#include "base/json_depth.h"
 #include "events/event_envelope.h"
 
 namespace zunol_monitoring {
@@ -17,13 +18,6 @@ using nlohmann::json;
 /// Keys of the envelope, which never stay in the payload.
 constexpr std::array reserved_keys = {"schema",      "event_id", "agent_id", "project_id",
                                       "server_name", "type",     "level",    "created_at"};
-
-bool nested_deeper_than(int levels, const json& value) {
-  if (!value.is_structured()) return false;
-  if (levels == 0) return true;
-  return std::ranges::any_of(
-      value, [levels](const json& item) { return nested_deeper_than(levels - 1, item); });
-}
 
 /// The text under `key`, or what `otherwise` gives.
 template <class Otherwise>

@@ -8,11 +8,6 @@
 
 namespace zunol_monitoring {
 
-/// Levels of nesting that the data of an event may have. The JSON library copies and writes values
-/// by recursion, at some hundred bytes of stack a level; this leaves most of the 8 MiB of a usual
-/// stack, and of the 256 KiB of a small thread.
-inline constexpr int max_data_depth = 500;
-
 /// The envelope of an event of this type, with the identity of the agent that `config` names and
 /// the data as payload. It is not judged here.
 ///
@@ -21,7 +16,8 @@ inline constexpr int max_data_depth = 500;
 /// time), and no key that the envelope has stays in the payload. An object with nothing else but
 /// the key payload is unwrapped: its value is the payload, or the empty object where it is null.
 ///
-/// Raises std::runtime_error with "event data is nested more than 500 levels deep".
+/// Raises std::runtime_error with "event data is nested more than 500 levels deep"
+/// (max_data_depth).
 nlohmann::json build_event(const Config& config, const std::string& type,
                            const nlohmann::json& data);
 

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/json_depth.h"
 #include "events/event_envelope.h"
 #include "tests/support.h"
 
