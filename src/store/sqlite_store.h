@@ -10,10 +10,16 @@
 // thread at a time.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "store/check_results.h"
+#include "store/incidents.h"
+#include "store/journal.h"
+#include "store/notification_queue.h"
 #include "store/sync_queue.h"
 
 struct sqlite3;
@@ -42,6 +48,81 @@ class SqliteStore {
   /// Runs SQL text that has no result. Raises SQLite's text, or "sqlite exec failed" if it has
   /// none.
   void exec(const std::string& sql);
+
+  // Incidents and their trail (store/incidents.h).
+
+  /// Raises when the id exists.
+  void insert_incident(const Incident& incident);
+  /// An incident was seen again: takes its level, title, message, current value and last_seen_at,
+  /// and counts one repeat more than the store has. No row is no error.
+  void update_incident_occurrence(const Incident& incident);
+  /// Sets the status and resolved_at, and last_seen_at to the present. No row is no error.
+  void set_incident_status(const std::string& id, IncidentStatus status,
+                           const std::string& resolved_at);
+  int count_open_incidents();
+  std::optional<Incident> find_incident(const std::string& id);
+  /// The open incident of this fingerprint that was seen last.
+  std::optional<Incident> find_open_incident(const std::string& fingerprint);
+  /// Open and resolved ones, those seen last first. In this and all other listings but the journal,
+  /// a negative limit is no limit.
+  std::vector<Incident> list_incidents(int limit);
+  /// An event id that exists keeps its first event.
+  void insert_incident_event(const IncidentEvent& event);
+  /// Newest first.
+  std::vector<IncidentEvent> list_incident_events(const std::string& incident_id, int limit);
+
+  // Notifications (store/notification_queue.h). An id without a row is no error.
+
+  void enqueue_notification(const std::string& kind, const std::string& payload);
+  void mark_notification_sent(int id);
+  /// Counts a failed attempt; the row stays pending.
+  void record_notification_failure(int id, const std::string& error);
+  /// Gives a notification up, for this reason; sent_at becomes the time of giving up.
+  void expire_notification(int id, const std::string& error);
+  /// Oldest first.
+  std::vector<NotificationQueueItem> list_pending_notifications(int limit);
+
+  // The agent's journal (store/journal.h).
+
+  void append_journal(const std::string& category, const std::string& action,
+                      const std::string& status, const std::string& message,
+                      const std::string& details);
+  /// The entries of the category, or all for the empty one, in the order of writing, the newest
+  /// first. A limit outside 1 to max_journal_listing becomes the nearer of the two.
+  std::vector<JournalEntry> list_journal(int limit, const std::string& category);
+
+  // The agent's state, a text for each key.
+
+  void set_state(const std::string& key, const std::string& value);
+  /// `fallback` for a key without a row; a row's value may be empty.
+  std::string get_state(const std::string& key, const std::string& fallback);
+
+  // Results of checks (store/check_results.h).
+
+  /// Raises the JSON library's error for a label that is no UTF-8.
+  void insert_check_result(const CheckResult& result);
+  /// The results of the type, or all for the empty one, by created_at, the newest first.
+  std::vector<CheckResult> list_check_results(int limit, const std::string& check_type);
+  // Over the values of a check on all its targets, from the time `since` on; nothing where there is
+  // none.
+  std::optional<double> average_check_value(const std::string& check_type,
+                                            const std::string& check_name,
+                                            const std::string& since);
+  std::optional<double> max_check_value(const std::string& check_type,
+                                        const std::string& check_name, const std::string& since);
+
+  // Retention (store/retention.cpp).
+
+  /// Deletes the resolved incidents but the `keep` ones seen last; none when `keep` is not
+  /// positive.
+  void prune_resolved_incidents(int keep);
+  /// Bytes of the database file and its -wal and -shm files together.
+  std::uint64_t local_size_bytes() const;
+  /// Prunes the resolved incidents and, when the store is larger than max_bytes (0: no limit), cuts
+  /// it down: stage 1 keeps the newest 10,000 results and journal entries, drops the events of
+  /// deleted incidents and what is sent or expired in the queues; if that is not enough, stage 2
+  /// keeps 1,000. Each statement commits by itself: after a failure the next run does the rest.
+  void run_maintenance(int keep_resolved, std::uint64_t max_bytes);
 
   // The outbox of the history writer (store/sync_queue.h).
 

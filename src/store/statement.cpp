@@ -23,6 +23,12 @@ std::string Statement::text(int column) const {
 
 int Statement::integer(int column) const { return sqlite3_column_int(statement_.get(), column); }
 
+double Statement::real(int column) const { return sqlite3_column_double(statement_.get(), column); }
+
+bool Statement::is_null(int column) const {
+  return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL;
+}
+
 void Statement::Finalizer::operator()(sqlite3_stmt* statement) const {
   sqlite3_finalize(statement);
 }
@@ -35,6 +41,10 @@ void Statement::bind_one(int index, const std::string& value) {
 
 void Statement::bind_one(int index, int value) {
   require(sqlite3_bind_int(statement_.get(), index, value) == SQLITE_OK);
+}
+
+void Statement::bind_one(int index, double value) {
+  require(sqlite3_bind_double(statement_.get(), index, value) == SQLITE_OK);
 }
 
 void Statement::require(bool good) const {

@@ -1,8 +1,12 @@
 // The owner of one prepared statement, and all handling of SQLite's results.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -14,6 +18,7 @@ namespace zunol_monitoring {
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql);
+  Statement(sqlite3* database, const std::string& sql) : Statement(database, sql.c_str()) {}
 
   /// Binds the values to the parameters, from the first on: text, int or double. SQLite takes a
   /// copy.
@@ -29,10 +34,26 @@ class Statement {
   /// Steps to the next row of a statement that reads; false when there is none, for whatever
   /// reason.
   bool next();
+  /// What `read` makes of each row that is left, up to the first result that is no row.
+  template <class Read>
+  auto all(Read read) {
+    std::vector<std::invoke_result_t<Read, const Statement&>> records;
+    while (next()) records.push_back(read(*this));
+    return records;
+  }
+  /// What `read` makes of the first row, if one comes.
+  template <class Read>
+  auto first(Read read) {
+    std::optional<std::invoke_result_t<Read, const Statement&>> record;
+    if (next()) record = read(*this);
+    return record;
+  }
 
   // Columns of the present row, from 0. A NULL reads as "" or 0; text ends at its first zero byte.
   std::string text(int column) const;
   int integer(int column) const;
+  double real(int column) const;
+  bool is_null(int column) const;
 
  private:
   struct Finalizer {
@@ -41,6 +62,7 @@ class Statement {
 
   void bind_one(int index, const std::string& value);
   void bind_one(int index, int value);
+  void bind_one(int index, double value);
   void require(bool good) const;
 
   sqlite3* database_;

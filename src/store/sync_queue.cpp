@@ -36,19 +36,16 @@ void SqliteStore::enqueue_sync_event(const std::string& event_id, const std::str
 }
 
 std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_not_due) {
-  static const std::string all = select_pending + "ORDER BY created_at ASC LIMIT ?";
-  static const std::string due = select_pending +
-                                 "AND (next_attempt_at='' OR next_attempt_at<=?) "
-                                 "ORDER BY created_at ASC LIMIT ?";
-  Statement rows(db, (include_not_due ? all : due).c_str());
   if (include_not_due) {
-    rows.bind(limit);
-  } else {
-    rows.bind(utc_timestamp_iso(), limit);
+    return Statement(db, select_pending + "ORDER BY created_at ASC LIMIT ?")
+        .bind(limit)
+        .all(read_item);
   }
-  std::vector<VornSyncItem> items;
-  while (rows.next()) items.push_back(read_item(rows));
-  return items;
+  return Statement(db, select_pending +
+                           "AND (next_attempt_at='' OR next_attempt_at<=?) "
+                           "ORDER BY created_at ASC LIMIT ?")
+      .bind(utc_timestamp_iso(), limit)
+      .all(read_item);
 }
 
 void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
@@ -60,12 +57,10 @@ void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
 }
 
 void SqliteStore::record_sync_failure(const std::string& event_id, const std::string& error) {
-  int failures = 0;
-  {
-    Statement row(db, "SELECT attempt_count FROM vorn_sync_queue WHERE event_id=?");
-    row.bind(event_id);
-    if (row.next()) failures = row.integer(0);
-  }
+  const int failures = Statement(db, "SELECT attempt_count FROM vorn_sync_queue WHERE event_id=?")
+                           .bind(event_id)
+                           .first([](const Statement& row) { return row.integer(0); })
+                           .value_or(0);
   const auto next_attempt =
       std::chrono::system_clock::now() + std::chrono::seconds(retry_delay_seconds(failures));
   Statement(db,

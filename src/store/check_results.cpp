@@ -1,0 +1,102 @@
+#include "store/check_results.h"
+
+#include <nlohmann/json.hpp>
+
+#include "base/json_depth.h"
+#include "store/sqlite_store.h"
+#include "store/statement.h"
+
+namespace zunol_monitoring {
+namespace {
+
+using nlohmann::json;
+using Labels = std::map<std::string, std::string>;
+
+const std::string select_result =
+    "SELECT check_type, check_name, target, state, level, message, value, created_at, labels "
+    "FROM check_results ";
+
+constexpr const char* no_labels = "{}";
+
+std::string labels_text(const Labels& labels) {
+  return labels.empty() ? no_labels : json(labels).dump();
+}
+
+/// Never fails: damaged labels must not take the rest of a listing with them.
+Labels read_labels(const std::string& text) {
+  Labels labels;
+  if (text == no_labels) return labels;
+  const json object = json::parse(text, nullptr, false);
+  if (!object.is_object() || nested_deeper_than(max_data_depth, object)) return labels;
+  for (const auto& [key, value] : object.get_ref<const json::object_t&>()) {
+    labels.emplace_hint(labels.end(), key,
+                        value.is_string() ? value.get<std::string>() : value.dump());
+  }
+  return labels;
+}
+
+CheckResult read_result(const Statement& row) {
+  return {.check_type = row.text(0),
+          .check_name = row.text(1),
+          .target = row.text(2),
+          .state = row.text(3) == "failed" ? CheckStatus::Failed : CheckStatus::Ok,
+          .level = severity_from_name(row.text(4)),
+          .message = row.text(5),
+          .value = row.real(6),
+          .labels = read_labels(row.text(8)),
+          .created_at = row.text(7)};
+}
+
+/// The figure of a query that has one row, NULL when nothing matched.
+std::optional<double> aggregate(Statement& query) {
+  if (!query.next() || query.is_null(0)) return std::nullopt;
+  return query.real(0);
+}
+
+}  // namespace
+
+const char* check_status_name(CheckStatus status) {
+  return status == CheckStatus::Ok ? "ok" : "failed";
+}
+
+void SqliteStore::insert_check_result(const CheckResult& result) {
+  Statement(db,
+            "INSERT INTO check_results(check_type, check_name, target, state, level, message, "
+            "value, created_at, labels) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)")
+      .bind(result.check_type, result.check_name, result.target, check_status_name(result.state),
+            severity_name(result.level), result.message, result.value, result.created_at,
+            labels_text(result.labels))
+      .run();
+}
+
+std::vector<CheckResult> SqliteStore::list_check_results(int limit, const std::string& check_type) {
+  if (check_type.empty()) {
+    return Statement(db, select_result + "ORDER BY created_at DESC, id DESC LIMIT ?")
+        .bind(limit)
+        .all(read_result);
+  }
+  return Statement(db,
+                   select_result + "WHERE check_type=? ORDER BY created_at DESC, id DESC LIMIT ?")
+      .bind(check_type, limit)
+      .all(read_result);
+}
+
+std::optional<double> SqliteStore::average_check_value(const std::string& check_type,
+                                                       const std::string& check_name,
+                                                       const std::string& since) {
+  return aggregate(Statement(db,
+                             "SELECT avg(value) FROM check_results WHERE check_type=? AND "
+                             "check_name=? AND created_at>=?")
+                       .bind(check_type, check_name, since));
+}
+
+std::optional<double> SqliteStore::max_check_value(const std::string& check_type,
+                                                   const std::string& check_name,
+                                                   const std::string& since) {
+  return aggregate(Statement(db,
+                             "SELECT max(value) FROM check_results WHERE check_type=? AND "
+                             "check_name=? AND created_at>=?")
+                       .bind(check_type, check_name, since));
+}
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,130 @@
+#include "store/incidents.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+#include "base/clock.h"
+#include "store/sqlite_store.h"
+#include "store/statement.h"
+
+namespace zunol_monitoring {
+namespace {
+
+constexpr std::array status_names = {"new",     "acknowledged", "investigating", "muted",
+                                     "snoozed", "resolved",     "auto_resolved"};
+
+const std::string select_incident =
+    "SELECT id, fingerprint, check_type, check_name, target, level, status, title, message, "
+    "current_value, first_seen_at, last_seen_at, resolved_at, repeat_count FROM incidents ";
+
+Incident read_incident(const Statement& row) {
+  return {.id = row.text(0),
+          .fingerprint = row.text(1),
+          .check_type = row.text(2),
+          .check_name = row.text(3),
+          .target = row.text(4),
+          .level = severity_from_name(row.text(5)),
+          .status = incident_status_from_name(row.text(6)),
+          .title = row.text(7),
+          .message = row.text(8),
+          .current_value = row.text(9),
+          .first_seen_at = row.text(10),
+          .last_seen_at = row.text(11),
+          .resolved_at = row.text(12),
+          .repeat_count = row.integer(13)};
+}
+
+IncidentEvent read_event(const Statement& row) {
+  return {.event_id = row.text(0),
+          .incident_id = row.text(1),
+          .type = row.text(2),
+          .created_at = row.text(3),
+          .payload = row.text(4)};
+}
+
+}  // namespace
+
+const char* incident_status_name(IncidentStatus status) {
+  const auto index = static_cast<std::size_t>(status);
+  return index < status_names.size() ? status_names[index] : status_names[0];
+}
+
+IncidentStatus incident_status_from_name(const std::string& name) {
+  for (std::size_t index = 0; index < status_names.size(); ++index) {
+    if (name == status_names[index]) return static_cast<IncidentStatus>(index);
+  }
+  return IncidentStatus::New;
+}
+
+void SqliteStore::insert_incident(const Incident& incident) {
+  Statement(db,
+            "INSERT INTO incidents(id, fingerprint, check_type, check_name, target, level, status, "
+            "title, message, current_value, first_seen_at, last_seen_at, resolved_at, "
+            "repeat_count) VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")
+      .bind(incident.id, incident.fingerprint, incident.check_type, incident.check_name,
+            incident.target, severity_name(incident.level), incident_status_name(incident.status),
+            incident.title, incident.message, incident.current_value, incident.first_seen_at,
+            incident.last_seen_at, incident.resolved_at, incident.repeat_count)
+      .run();
+}
+
+void SqliteStore::update_incident_occurrence(const Incident& incident) {
+  Statement(db,
+            "UPDATE incidents SET level=?, title=?, message=?, current_value=?, last_seen_at=?, "
+            "repeat_count=repeat_count+1 WHERE id=?")
+      .bind(severity_name(incident.level), incident.title, incident.message, incident.current_value,
+            incident.last_seen_at, incident.id)
+      .run();
+}
+
+void SqliteStore::set_incident_status(const std::string& id, IncidentStatus status,
+                                      const std::string& resolved_at) {
+  Statement(db, "UPDATE incidents SET status=?, resolved_at=?, last_seen_at=? WHERE id=?")
+      .bind(incident_status_name(status), resolved_at, utc_timestamp_iso(), id)
+      .run();
+}
+
+int SqliteStore::count_open_incidents() {
+  Statement count(db,
+                  "SELECT count(*) FROM incidents WHERE status NOT IN "
+                  "('resolved','auto_resolved')");
+  return count.next() ? count.integer(0) : 0;
+}
+
+std::optional<Incident> SqliteStore::find_incident(const std::string& id) {
+  return Statement(db, select_incident + "WHERE id=?").bind(id).first(read_incident);
+}
+
+std::optional<Incident> SqliteStore::find_open_incident(const std::string& fingerprint) {
+  return Statement(db, select_incident +
+                           "WHERE fingerprint=? AND status NOT IN ('resolved','auto_resolved') "
+                           "ORDER BY last_seen_at DESC LIMIT 1")
+      .bind(fingerprint)
+      .first(read_incident);
+}
+
+std::vector<Incident> SqliteStore::list_incidents(int limit) {
+  return Statement(db, select_incident + "ORDER BY last_seen_at DESC LIMIT ?")
+      .bind(limit)
+      .all(read_incident);
+}
+
+void SqliteStore::insert_incident_event(const IncidentEvent& event) {
+  Statement(db,
+            "INSERT OR IGNORE INTO incident_events(event_id, incident_id, type, created_at, "
+            "payload) VALUES(?, ?, ?, ?, ?)")
+      .bind(event.event_id, event.incident_id, event.type, event.created_at, event.payload)
+      .run();
+}
+
+std::vector<IncidentEvent> SqliteStore::list_incident_events(const std::string& incident_id,
+                                                             int limit) {
+  return Statement(db,
+                   "SELECT event_id, incident_id, type, created_at, payload FROM incident_events "
+                   "WHERE incident_id=? ORDER BY created_at DESC LIMIT ?")
+      .bind(incident_id, limit)
+      .all(read_event);
+}
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,48 @@
+#include "store/journal.h"
+
+#include <algorithm>
+#include <string>
+
+#include "base/clock.h"
+#include "store/sqlite_store.h"
+#include "store/statement.h"
+
+namespace zunol_monitoring {
+namespace {
+
+const std::string select_entry =
+    "SELECT id, category, action, status, message, details, created_at FROM agent_journal ";
+
+JournalEntry read_entry(const Statement& row) {
+  return {.id = row.integer(0),
+          .category = row.text(1),
+          .action = row.text(2),
+          .status = row.text(3),
+          .message = row.text(4),
+          .details = row.text(5),
+          .created_at = row.text(6)};
+}
+
+}  // namespace
+
+void SqliteStore::append_journal(const std::string& category, const std::string& action,
+                                 const std::string& status, const std::string& message,
+                                 const std::string& details) {
+  Statement(db,
+            "INSERT INTO agent_journal(category, action, status, message, details, created_at) "
+            "VALUES(?, ?, ?, ?, ?, ?)")
+      .bind(category, action, status, message, details, utc_timestamp_iso())
+      .run();
+}
+
+std::vector<JournalEntry> SqliteStore::list_journal(int limit, const std::string& category) {
+  const int bounded = std::clamp(limit, 1, max_journal_listing);
+  if (category.empty()) {
+    return Statement(db, select_entry + "ORDER BY id DESC LIMIT ?").bind(bounded).all(read_entry);
+  }
+  return Statement(db, select_entry + "WHERE category=? ORDER BY id DESC LIMIT ?")
+      .bind(category, bounded)
+      .all(read_entry);
+}
+
+}  // namespace zunol_monitoring

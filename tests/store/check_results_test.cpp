@@ -1,0 +1,143 @@
+#include "store/check_results.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/store/store_scene.h"
+
+using namespace zunol_monitoring;
+
+namespace {
+
+CheckResult result(const std::string& check_type, double value, const std::string& created_at) {
+  return {.check_type = check_type,
+          .check_name = "name",
+          .target = "target",
+          .state = CheckStatus::Failed,
+          .level = Severity::Warning,
+          .message = "message",
+          .value = value,
+          .labels = {{"b", "2"}, {"a", "\xc3\xa9\"\n"}},
+          .created_at = created_at};
+}
+
+class CheckResults : public StoreScene {
+ protected:
+  void insert(const std::string& check_type, double value, const std::string& created_at) {
+    store_.insert_check_result(result(check_type, value, created_at));
+  }
+};
+
+}  // namespace
+
+TEST_F(CheckResults, AWholeRecordComesBack) {
+  const CheckResult stored = result("disk", 0.1, "2026-01-01T00:00:00Z");
+  store_.insert_check_result(stored);
+  CheckResult plain = stored;
+  plain.labels.clear();
+  plain.state = CheckStatus::Ok;
+  store_.insert_check_result(plain);
+  EXPECT_EQ(store_.list_check_results(10, ""), (std::vector{plain, stored}));
+  EXPECT_EQ(query("SELECT state, level, labels FROM check_results"),
+            "failed|warning|{\"a\":\"\xc3\xa9\\\"\\n\",\"b\":\"2\"}\nok|warning|{}\n");
+  EXPECT_STREQ(check_status_name(static_cast<CheckStatus>(5)), "failed");
+}
+
+TEST_F(CheckResults, ALabelThatIsNoUtf8IsRefusedWhole) {
+  for (const bool in_key : {true, false}) {
+    CheckResult bad = result("disk", 1, "2026-01-01T00:00:00Z");
+    bad.labels = {{in_key ? "\xff" : "key", in_key ? "value" : "\xff"}};
+    EXPECT_NE(error_of([&] { store_.insert_check_result(bad); }), std::nullopt);
+  }
+  EXPECT_EQ(query("SELECT count(*) FROM check_results"), "0\n");
+}
+
+TEST_F(CheckResults, ListsByTimeAndWithinASecondByOrderOfWriting) {
+  insert("disk", 1, "2026-01-01T00:00:02Z");
+  insert("cpu", 2, "2026-01-01T00:00:03Z");
+  insert("disk", 3, "2026-01-01T00:00:02Z");
+  insert("disk", 4, "2026-01-01T00:00:01Z");
+  const auto values = [&](int limit, const std::string& check_type) {
+    std::string listed;
+    for (const CheckResult& row : store_.list_check_results(limit, check_type)) {
+      listed += std::to_string(static_cast<int>(row.value)) + ' ';
+    }
+    return listed;
+  };
+  EXPECT_EQ(values(10, ""), "2 3 1 4 ");
+  EXPECT_EQ(values(-1, "disk"), "3 1 4 ");
+  EXPECT_EQ(values(2, "disk"), "3 1 ");
+  EXPECT_EQ(values(0, ""), "");
+}
+
+TEST_F(CheckResults, DamagedColumnsNeverFailAListing) {
+  using Labels = std::map<std::string, std::string>;
+  const std::string deep(100000, '[');
+  const struct {
+    std::string labels;
+    Labels read;
+  } rows[] = {
+      {R"({"n":5,"ok":true,"none":null,"list":[1, "a"],"o":{"b":1, "a":2.50}})",
+       {{"n", "5"},
+        {"ok", "true"},
+        {"none", "null"},
+        {"list", "[1,\"a\"]"},
+        {"o", "{\"a\":2.5,\"b\":1}"}}},
+      {R"({"text":"stays \"as\" it is","":"empty key"})",
+       {{"text", "stays \"as\" it is"}, {"", "empty key"}}},
+      {"{}", {}},
+      {"{ }", {}},
+      {"", {}},
+      {"[\"a\"]", {}},
+      {"5", {}},
+      {"null", {}},
+      {"no json", {}},
+      {"{\"a\":\"b\"", {}},
+      {"{\"a\":1e999}", {}},
+      {"{\"a\":\"\xff\"}", {}},
+      {"{\"a\":" + deep + std::string(100000, ']') + "}", {}},
+      {deep, {}},
+  };
+  for (const auto& row : rows) {
+    query("DELETE FROM check_results");
+    insert("disk", 1, "2026-01-01T00:00:00Z");
+    std::string literal = row.labels;
+    for (std::size_t at = 0; (at = literal.find('\'', at)) != std::string::npos; at += 2) {
+      literal.insert(at, 1, '\'');
+    }
+    store_.exec("UPDATE check_results SET labels='" + literal + "'");
+    CheckResult expected = result("disk", 1, "2026-01-01T00:00:00Z");
+    expected.labels = row.read;
+    EXPECT_EQ(store_.list_check_results(1, ""), std::vector{expected}) << row.labels.substr(0, 80);
+  }
+  query("UPDATE check_results SET state='FAILED', level='WARNING', value='no number'");
+  const CheckResult odd = store_.list_check_results(1, "").at(0);
+  EXPECT_EQ(odd.state, CheckStatus::Ok);
+  EXPECT_EQ(odd.level, Severity::Warning);
+  EXPECT_EQ(odd.value, 0);
+}
+
+TEST_F(CheckResults, AggregatesSpanAllTargetsFromTheTimeOn) {
+  EXPECT_EQ(store_.average_check_value("disk", "name", ""), std::nullopt);
+  EXPECT_EQ(store_.max_check_value("disk", "name", ""), std::nullopt);
+  insert("disk", 100, "2026-01-01T00:00:00Z");
+  insert("disk", 1, "2026-01-01T00:00:01Z");
+  CheckResult elsewhere = result("disk", 3, "2026-01-01T00:00:02Z");
+  elsewhere.target = "elsewhere";
+  store_.insert_check_result(elsewhere);
+  insert("cpu", 50, "2026-01-01T00:00:02Z");
+  const struct {
+    const char* check_type;
+    const char* check_name;
+    const char* since;
+    std::optional<double> average;
+    std::optional<double> max;
+  } rows[] = {{"disk", "name", "2026-01-01T00:00:01Z", 2.0, 3.0},
+              {"disk", "name", "2026-01-01T00:00:02Z", 3.0, 3.0},
+              {"disk", "name", "2026-01-01T00:00:03Z", std::nullopt, std::nullopt},
+              {"cpu", "name", "", 50.0, 50.0},
+              {"disk", "other", "", std::nullopt, std::nullopt}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(store_.average_check_value(row.check_type, row.check_name, row.since), row.average);
+    EXPECT_EQ(store_.max_check_value(row.check_type, row.check_name, row.since), row.max);
+  }
+}

@@ -1,0 +1,56 @@
+#include "store/journal.h"
+
+#include <gtest/gtest.h>
+
+#include "base/clock.h"
+#include "tests/store/store_scene.h"
+
+using namespace zunol_monitoring;
+
+namespace {
+
+using Journal = StoreScene;
+using AgentState = StoreScene;
+
+}  // namespace
+
+TEST_F(Journal, ListsTheNewestFirstByCategory) {
+  const std::string before = utc_timestamp_iso();
+  store_.append_journal("update", "check", "ok", "message", "details");
+  store_.append_journal("command", "restart", "failed", "", "");
+  store_.append_journal("update", "apply", "ok", "", "");
+  EXPECT_EQ(each(store_.list_journal(10, ""), &JournalEntry::id), "3 2 1 ");
+  EXPECT_EQ(each(store_.list_journal(10, "update"), &JournalEntry::id), "3 1 ");
+  EXPECT_EQ(each(store_.list_journal(10, "Update"), &JournalEntry::id), "");
+  const JournalEntry first = store_.list_journal(10, "").back();
+  EXPECT_EQ(first.category + first.action + first.status + first.message + first.details,
+            "updatecheckokmessagedetails");
+  EXPECT_GE(first.created_at, before);
+}
+
+TEST_F(Journal, TheLimitIsForcedIntoItsRange) {
+  query(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<1001) INSERT INTO "
+      "agent_journal(category, action, status, created_at) SELECT 'c', 'a', 'ok', '' FROM n");
+  const struct {
+    int limit;
+    std::size_t entries;
+  } rows[] = {{0, 1}, {-5, 1}, {1, 1}, {2, 2}, {1000, 1000}, {1001, 1000}, {5000, 1000}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(store_.list_journal(row.limit, "").size(), row.entries) << row.limit;
+    EXPECT_EQ(store_.list_journal(row.limit, "c").size(), row.entries) << row.limit;
+  }
+}
+
+TEST_F(AgentState, AKeyHasOneValue) {
+  EXPECT_EQ(store_.get_state("cursor", "none"), "none");
+  store_.set_state("cursor", "1");
+  query("UPDATE agent_state SET updated_at='2020-01-01T00:00:00Z'");
+  const std::string before = utc_timestamp_iso();
+  store_.set_state("cursor", "2");
+  EXPECT_EQ(store_.get_state("cursor", "none"), "2");
+  EXPECT_EQ(query("SELECT key, value, updated_at >= '" + before + "' FROM agent_state"),
+            "cursor|2|1\n");
+  store_.set_state("cursor", "");
+  EXPECT_EQ(store_.get_state("cursor", "none"), "");
+}

@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "base/files.h"
+#include "tests/store/store_scene.h"
+
+namespace fs = std::filesystem;
+using namespace zunol_monitoring;
+
+namespace {
+
+constexpr std::uint64_t mib = 1048576;
+
+class Retention : public StoreScene {
+ protected:
+  /// `rows` of every kind that a busy agent writes: results, journal entries, both queues with a
+  /// tenth of their rows pending, and incidents, a tenth of them open, with a trail of 3 events.
+  void work(int rows) {
+    const std::string numbers =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" +
+        std::to_string(rows) + ") INSERT INTO ";
+    const std::string name = "hex(randomblob(8))";
+    const std::string text = "hex(zeroblob(200))";
+    query(
+        numbers + "check_results(check_type, check_name, target, state, level, message, value, " +
+        "created_at) SELECT 'disk', 'name', '/', 'ok', 'info', " + text + ", i, 't' FROM n;" +
+        numbers + "agent_journal(category, action, status, details, created_at) SELECT 'c', 'a', " +
+        "'ok', " + text + ", 't' FROM n;" + numbers +
+        "notification_queue(kind, payload, status, created_at) SELECT 'k', " + text +
+        ", CASE i%10 WHEN 0 THEN 'pending' WHEN 1 THEN 'expired' ELSE 'sent' END, 't' FROM n;" +
+        numbers + "vorn_sync_queue(event_id, payload, status, created_at) SELECT " + name + ", " +
+        text + ", iif(i%10, 'sent', 'pending'), 't' FROM n;" + numbers +
+        "incidents(id, fingerprint, check_type, check_name, target, level, status, title, "
+        "message, current_value, first_seen_at, last_seen_at) SELECT " +
+        name + ", 'f', 'disk', 'name', '/', 'info', CASE i%10 WHEN 0 THEN 'snoozed' WHEN 1 THEN " +
+        "'auto_resolved' ELSE 'resolved' END, 't', " + text + ", '', '', printf('%09d', i) " +
+        "FROM n;" + "INSERT OR IGNORE INTO incident_events(event_id, incident_id, type, " +
+        "created_at, payload) SELECT id || '/' || e.column1, id, 'opened', 't', 'p' " +
+        "FROM incidents, (VALUES(1), (2), (3)) AS e");
+    store_.set_state("state" + std::to_string(++works_), "kept");
+  }
+  /// What must never be given up for space.
+  std::string kept() const {
+    return query(
+        "SELECT (SELECT group_concat(event_id) FROM (SELECT event_id FROM vorn_sync_queue WHERE "
+        "status='pending' ORDER BY 1)), (SELECT group_concat(id) FROM notification_queue WHERE "
+        "status='pending'), (SELECT group_concat(id) FROM (SELECT id FROM incidents WHERE status "
+        "NOT IN ('resolved','auto_resolved') ORDER BY 1)), (SELECT group_concat(event_id) FROM "
+        "(SELECT event_id FROM incident_events JOIN incidents ON id=incident_id WHERE status NOT "
+        "IN ('resolved','auto_resolved') ORDER BY 1)), (SELECT group_concat(key || value) FROM "
+        "agent_state)");
+  }
+  std::string counts() const {
+    return query(
+        "SELECT (SELECT count(*) FROM check_results), (SELECT count(*) FROM agent_journal), "
+        "(SELECT count(*) FROM incidents), (SELECT count(*) FROM incident_events), "
+        "(SELECT count(*) FROM notification_queue), (SELECT count(*) FROM vorn_sync_queue)");
+  }
+
+ private:
+  int works_ = 0;
+};
+
+}  // namespace
+
+TEST_F(Retention, PruneKeepsTheResolvedOnesSeenLast) {
+  work(10);  // 8 resolved, 1 auto-resolved, 1 open
+  const struct {
+    int keep;
+    const char* last_seen_at;
+  } rows[] = {{0, "1 2 3 4 5 6 7 8 9 10 "},
+              {-1, "1 2 3 4 5 6 7 8 9 10 "},
+              {9, "1 2 3 4 5 6 7 8 9 10 "},
+              {2, "8 9 10 "}};  // 10 is the open one
+  for (const auto& row : rows) {
+    store_.prune_resolved_incidents(row.keep);
+    std::string left;
+    for (const Incident& incident : store_.list_incidents(-1)) {
+      left.insert(0, std::to_string(std::stoi(incident.last_seen_at)) + ' ');
+    }
+    EXPECT_EQ(left, row.last_seen_at) << row.keep;
+  }
+  EXPECT_EQ(query("SELECT count(*) FROM incident_events"), "30\n");  // until the store is compacted
+}
+
+TEST_F(Retention, TheSizeIsThatOfThreeFiles) {
+  const auto size = [](const fs::path& file) { return fs::file_size(file); };
+  work(100);
+  ASSERT_GT(size(file_.string() + "-wal"), 0U);
+  EXPECT_EQ(store_.local_size_bytes(),
+            size(file_) + size(file_.string() + "-wal") + size(file_.string() + "-shm"));
+  for (const char* suffix : {"-wal", "-shm", ""}) fs::remove(file_.string() + suffix);
+  EXPECT_EQ(store_.local_size_bytes(), 0U);
+  fs::create_directory(file_.string() + "-wal");
+  EXPECT_EQ(store_.local_size_bytes(), 0U);
+}
+
+TEST_F(Retention, WithinItsLimitAStoreIsOnlyPruned) {
+  work(20);
+  const std::string before = counts();
+  store_.run_maintenance(0, 0);
+  store_.run_maintenance(0, store_.local_size_bytes());
+  EXPECT_EQ(counts(), before);
+  store_.run_maintenance(1, 0);
+  EXPECT_EQ(counts(), "20|20|3|60|20|20\n");
+  store_.run_maintenance(1, store_.local_size_bytes() - 1);  // one byte too large
+  EXPECT_EQ(counts(), "20|20|3|9|2|2\n");
+}
+
+TEST_F(Retention, StageTwoFollowsOnlyWhereStageOneWasNotEnough) {
+  work(11000);
+  const std::string before = kept();
+  store_.run_maintenance(10, 80 * mib);
+  EXPECT_EQ(counts(), "11000|11000|1110|33000|11000|11000\n") << "within its limit";
+  store_.run_maintenance(10, 30 * mib);
+  EXPECT_EQ(counts(), "10000|10000|1110|3330|1100|1100\n");
+  EXPECT_EQ(query("SELECT min(id), max(id) FROM check_results"), "1001|11000\n");
+  store_.run_maintenance(10, 1);  // no stage can reach it; that is no error
+  EXPECT_EQ(counts(), "1000|1000|1110|3330|1100|1100\n");
+  EXPECT_EQ(query("SELECT min(id), max(id) FROM agent_journal"), "10001|11000\n");
+  EXPECT_EQ(kept(), before);
+}
+
+TEST_F(Retention, AFailingStatementEndsTheRunAndTheNextOneDoesTheRest) {
+  work(100);
+  query(
+      "CREATE TRIGGER stop BEFORE DELETE ON notification_queue BEGIN SELECT RAISE(ABORT, 'stop'); "
+      "END");
+  EXPECT_EQ(error_of([&] { store_.run_maintenance(1, 1); }), "stop");
+  EXPECT_EQ(counts(), "100|100|11|33|100|100\n");
+  query("DROP TRIGGER stop");
+  store_.run_maintenance(1, 1);
+  EXPECT_EQ(counts(), "100|100|11|33|10|10\n");
+}
+
+TEST_F(Retention, AKilledRunLosesNothingAndTheNextOneCompletes) {
+  const char* asked = std::getenv("ZUNOL_CRASH_ROUNDS");
+  const int rounds = asked != nullptr ? std::atoi(asked) : 5;
+  std::mt19937 random(20261123);
+  int killed = 0;
+  for (int round = 0; round < rounds; ++round) {
+    for (const char* table : {"check_results", "agent_journal", "notification_queue",
+                              "vorn_sync_queue", "incidents", "incident_events"}) {
+      store_.exec(std::string("DELETE FROM ") + table);
+    }
+    work(6000);
+    ASSERT_GT(store_.local_size_bytes(), 10 * mib);
+    const std::string before = kept();
+    store_.close();
+    const pid_t child = fork();
+    if (child == 0) {
+      SqliteStore(file_).run_maintenance(10, 10 * mib);
+      _exit(0);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(random() % 250));
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    killed += WIFSIGNALED(status) ? 1 : 0;
+    ASSERT_EQ(query("PRAGMA integrity_check"), "ok\n");
+    store_.open(file_);
+    ASSERT_EQ(kept(), before);
+  }
+  EXPECT_GT(killed, rounds / 2);
+  const std::string before = kept();
+  store_.run_maintenance(10, 1);
+  EXPECT_EQ(query("SELECT (SELECT count(*) FROM check_results), (SELECT count(*) FROM "
+                  "agent_journal), (SELECT count(*) FROM vorn_sync_queue WHERE status='sent')"),
+            "1000|1000|0\n");
+  EXPECT_EQ(kept(), before);
+}
