@@ -2,7 +2,6 @@
 // cost of a flush as the queue grows. The memory-backed rows use /dev/shm, the others the directory
 // for temporary files.
 #include <fcntl.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "bench/bare_sqlite.h"
 #include "bench/paired.h"
 #include "zunol_monitoring.h"
 
@@ -20,18 +20,6 @@ namespace fs = std::filesystem;
 using namespace zunol_monitoring;
 
 namespace {
-
-struct Directory {
-  fs::path path;
-  explicit Directory(const fs::path& below)
-      : path(below / ("bench-outbox." + std::to_string(getpid()))) {
-    fs::remove_all(path);
-    fs::create_directories(path);
-  }
-  ~Directory() { fs::remove_all(path); }
-};
-
-const fs::path memory = "/dev/shm";
 
 fs::path place(const benchmark::State& state) {
   return state.range(0) == 0 ? memory : fs::temp_directory_path();
@@ -43,25 +31,17 @@ struct Scene {
   Config config = default_config();
   SqliteStore store;
   SqliteStore bare_owner;  // makes the schema and stays idle
-  sqlite3* bare = nullptr;
+  sqlite3* bare = bare_open(directory.path / "bare.db");
   QueueingVornHistoryWriter writer{config, store};
 
   explicit Scene(const fs::path& below)
       : directory(below),
         store(directory.path / "ours.db"),
         bare_owner(directory.path / "bare.db") {
-    sqlite3_open((directory.path / "bare.db").c_str(), &bare);
-    sqlite3_busy_timeout(bare, 10000);
-    run("PRAGMA journal_mode=WAL");
     config.vorn.queue_only = false;
   }
   ~Scene() { sqlite3_close(bare); }
 
-  void run(const std::string& sql) {
-    if (sqlite3_exec(bare, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
-      throw std::runtime_error(sqlite3_errmsg(bare));
-    }
-  }
   /// The same rows in both: `count` pending ones, a row each 1/1000 of a day.
   void fill(long count, int payload_size = 200) {
     const std::string sql =
@@ -72,22 +52,10 @@ struct Scene {
         "status, created_at) SELECT 'evt_' || i, hex(zeroblob(" +
         std::to_string(payload_size / 2) +
         ")), 'pending', strftime('%Y-%m-%dT%H:%M:%SZ', 1700000000 + i * 86, 'unixepoch') FROM n";
-    run(sql);
+    bare_exec(bare, sql);
     store.exec(sql);
   }
 };
-
-template <class... Texts>
-void bare_write(sqlite3* db, const char* sql, const Texts&... texts) {
-  sqlite3_stmt* statement = nullptr;
-  sqlite3_prepare_v2(db, sql, -1, &statement, nullptr);
-  int index = 0;
-  (sqlite3_bind_text(statement, ++index, texts.data(), static_cast<int>(texts.size()),
-                     SQLITE_TRANSIENT),
-   ...);
-  if (sqlite3_step(statement) != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(db));
-  sqlite3_finalize(statement);
-}
 
 constexpr const char* insert_sql =
     "INSERT OR IGNORE INTO vorn_sync_queue(event_id, payload, status, created_at) "
@@ -106,19 +74,14 @@ struct BareRow {
 };
 
 std::vector<BareRow> bare_list(sqlite3* db, int limit) {
-  sqlite3_stmt* statement = nullptr;
-  sqlite3_prepare_v2(db, due_sql, -1, &statement, nullptr);
-  sqlite3_bind_text(statement, 1, "2030-01-01T00:00:00Z", -1, SQLITE_TRANSIENT);
-  sqlite3_bind_int(statement, 2, limit);
   std::vector<BareRow> rows;
-  while (sqlite3_step(statement) == SQLITE_ROW) {
-    const auto text = [statement](int column) {
-      return std::string(reinterpret_cast<const char*>(sqlite3_column_text(statement, column)));
-    };
-    rows.push_back(
-        {{text(0), text(1), text(2), text(4), text(5)}, sqlite3_column_int(statement, 3)});
-  }
-  sqlite3_finalize(statement);
+  const std::string far_away = "2030-01-01T00:00:00Z";
+  const auto take = [&rows](sqlite3_stmt* row) {
+    rows.push_back({{bare_text(row, 0), bare_text(row, 1), bare_text(row, 2), bare_text(row, 4),
+                     bare_text(row, 5)},
+                    sqlite3_column_int(row, 3)});
+  };
+  bare_rows(db, due_sql, take, far_away, limit);
   return rows;
 }
 
@@ -217,7 +180,7 @@ void flush_over_spool(benchmark::State& state) {
         scene.writer.flush();
       },
       [&] {
-        scene.run(refill);
+        bare_exec(scene.bare, refill);
         for (const BareRow& row : bare_list(scene.bare, 100)) {
           bare_spool(bare_directory, row.columns[4] + '_' + row.columns[0] + ".json",
                      row.columns[1] + '\n');
