@@ -39,7 +39,8 @@ json payload_of(const json& data) {
   }
   if (payload.size() != 1 || payload.begin()->first != "payload") return payload;
   json unwrapped = std::move(payload.begin()->second);
-  return unwrapped.is_null() ? json::object() : unwrapped;
+  if (unwrapped.is_null()) return json::object();
+  return unwrapped;
 }
 
 }  // namespace

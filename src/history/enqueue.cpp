@@ -1,4 +1,5 @@
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 #include "base/log.h"
 #include "events/build_event.h"
@@ -14,7 +15,12 @@ void QueueingVornHistoryWriter::enqueue(const std::string& type, const nlohmann:
     log_message(LogLevel::Error, "invalid vorn history event: " + *reason);
     return;
   }
-  store->enqueue_sync_event(event["event_id"].get_ref<const std::string&>(), event.dump());
+  const auto& event_id = event["event_id"].get_ref<const std::string&>();
+  // Read back from the queue it would end there, and be the id of another event.
+  if (event_id.find('\0') != std::string::npos) {
+    throw std::runtime_error("event_id holds a zero byte");
+  }
+  store->enqueue_sync_event(event_id, event.dump());
 }
 
 }  // namespace zunol_monitoring

@@ -44,7 +44,7 @@ class EventFile {
 
 int QueueingVornHistoryWriter::flush() {
   if (!config->vorn.enabled) return 0;
-  const int limit = config->vorn.max_batch < 1 ? VornConfig{}.max_batch : config->vorn.max_batch;
+  const int limit = config->vorn.max_batch < 1 ? default_batch : config->vorn.max_batch;
   int sent = 0;
   for (const VornSyncItem& item : store->list_sync_events(limit, false)) {
     if (config->vorn.queue_only) break;

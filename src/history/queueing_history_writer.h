@@ -11,6 +11,9 @@
 
 namespace zunol_monitoring {
 
+/// The rows of a flush where vorn.max_batch is below 1.
+inline constexpr int default_batch = 100;
+
 /// Both operations do nothing while vorn.enabled is false. It may be used by one thread at a time,
 /// as the store may.
 class QueueingVornHistoryWriter : public VornHistoryWriter {
@@ -22,8 +25,9 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
 
   /// Builds the event (build_event), judges it and queues its compact JSON text; an id that is
   /// queued already changes nothing. An event that the judge refuses is dropped with the log line
-  /// "invalid vorn history event: " and the reason at level Error. Raises what build_event, the
-  /// JSON library (text that is no UTF-8) and the store raise; the event is then not queued.
+  /// "invalid vorn history event: " and the reason at level Error. Raises "event_id holds a
+  /// zero byte" and what build_event, the JSON library (text that is no UTF-8) and the store raise;
+  /// the event is then not queued.
   void enqueue(const std::string& type, const nlohmann::json& data) override;
 
   /// Hands at most vorn.max_batch due rows to the transport, oldest first, and marks each delivered
@@ -31,7 +35,9 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
   /// and the next one is tried. With vorn.queue_only nothing is delivered. Delivery is at least
   /// once.
   ///
-  /// Raises what the store raises when it cannot list rows or record a failure.
+  /// A batch below 1 counts as default_batch. Raises what the store raises when it cannot list rows
+  /// or record a failure, and what log_message raises; the rows behind that one wait for the next
+  /// flush.
   int flush() override;
 
  private:

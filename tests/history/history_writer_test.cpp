@@ -5,6 +5,7 @@
 
 #include "base/command_runner.h"
 #include "base/files.h"
+#include "base/json_depth.h"
 #include "events/build_event.h"
 #include "history/queueing_history_writer.h"
 #include "history/spool_export.h"
@@ -86,6 +87,7 @@ TEST_F(HistoryWriter, EnqueueDropsWhatTheJudgeRefusesWithOneLine) {
 
 TEST_F(HistoryWriter, EnqueueRaisesWhatItCannotQueue) {
   EXPECT_THROW(writer_.enqueue("test_event", "\xff"), json::exception);
+  EXPECT_EQ(error_of([&] { enqueue(std::string("a\0b", 3)); }), "event_id holds a zero byte");
   std::string deep(1000000, '[');
   deep.append(1000000, ']');
   const json data = json::parse(deep);
@@ -292,19 +294,46 @@ TEST_F(HistoryWriter, AQueueThatCannotBeListedOrKeptRaises) {
   EXPECT_FALSE(fs::exists(file_.string() + "-wal"));
 }
 
-TEST_F(HistoryWriter, ALockedDatabaseIsWaitedFor) {
+TEST_F(HistoryWriter, AReadOnlyExportDirectoryKeepsTheRow) {
+  fs::create_directory(spool_);
+  if (run_shell_line("mount -t tmpfs -o ro none " + spool_.string()) != 0) {
+    GTEST_SKIP() << "needs the right to mount a small file system";
+  }
   enqueue("evt_1");
-  std::thread other([&] {
-    run_process(
-        {"/bin/sh", "-c",
-         "{ echo 'BEGIN IMMEDIATE;'; sleep 1; echo 'COMMIT;'; } | sqlite3 " + file_.string()},
-        {{"PATH", "/usr/bin:/bin"}});
-  });
+  const std::string log = log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  run_shell_line("umount " + spool_.string());
+  EXPECT_TRUE(log.starts_with("WARN vorn event flush failed event_id=evt_1 error=cannot write " +
+                              spool_.string()))
+      << log;
+  make_due();
   EXPECT_EQ(writer_.flush(), 1);
-  other.join();
 }
 
-TEST_F(HistoryWriter, TwoFlushesAndAnEnqueueAtOnceLoseNothing) {
+TEST_F(HistoryWriter, ALockedDatabaseIsWaitedForAndTheRowKeptBeyondThat) {
+  for (const bool waits_long_enough : {true, false}) {
+    enqueue("evt_1");
+    query("UPDATE vorn_sync_queue SET status='pending'");
+    // What the 10 seconds would come to, without spending them.
+    if (!waits_long_enough) store_.exec("PRAGMA busy_timeout=50");
+    fs::remove(dir_ / "locked");
+    const std::jthread other([&] {
+      run_process({"/bin/sh", "-c",
+                   "printf 'BEGIN IMMEDIATE;\n.shell touch " + (dir_ / "locked").string() +
+                       "\n.shell sleep 1\nCOMMIT;\n' | sqlite3 " + file_.string()},
+                  {{"PATH", "/usr/bin:/bin"}});
+    });
+    while (!fs::exists(dir_ / "locked")) std::this_thread::yield();
+    if (waits_long_enough) {
+      EXPECT_EQ(writer_.flush(), 1);
+    } else {
+      EXPECT_EQ(error_of([&] { writer_.flush(); }), "database is locked");
+    }
+  }
+  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue"), "pending|0\n");
+  EXPECT_EQ(writer_.flush(), 1);
+}
+
+TEST_F(HistoryWriter, TwoProcessesFlushAndOneEnqueuesWithoutLoss) {
   constexpr int events = 100;
   for (int i = 0; i < events; ++i) enqueue("early_" + std::to_string(i));
   const auto flush_until_empty = [&] {
@@ -313,11 +342,17 @@ TEST_F(HistoryWriter, TwoFlushesAndAnEnqueueAtOnceLoseNothing) {
     while (!store.list_sync_events(1, true).empty()) writer.flush();
   };
   EXPECT_EQ(log_of([&] {
-              std::thread first(flush_until_empty);
-              std::thread second(flush_until_empty);
+              pid_t children[2];
+              for (pid_t& child : children) {
+                child = fork();
+                if (child == 0) _exit(error_of(flush_until_empty) ? 1 : 0);
+              }
               for (int i = 0; i < events; ++i) enqueue("late_" + std::to_string(i));
-              first.join();
-              second.join();
+              for (const pid_t child : children) {
+                int status = 0;
+                waitpid(child, &status, 0);
+                EXPECT_EQ(status, 0);
+              }
             }),
             "");
   writer_.flush();
