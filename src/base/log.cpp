@@ -52,6 +52,7 @@ void log_message(LogLevel level, const std::string& message) {
   if (level == LogLevel::Debug && !logger().debug) return;
   const std::lock_guard lock(logger().mutex);
   const std::string line = format_line(level, message);
+  std::cerr.clear();  // one write that failed, on a full pipe or disk, must not silence the rest
   std::cerr << line << std::flush;
   if (logger().file.empty()) return;
   ensure_parent_directory(logger().file);
