@@ -1,4 +1,5 @@
 // The schema: nine tables and five indexes, and how an older database gets what it lacks.
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,8 +38,12 @@ void create_table(SqliteStore& store, sqlite3* db, const std::string& table,
   }
   store.exec("CREATE TABLE IF NOT EXISTS " + table + "(" + declarations + ")");
   for (const Column& column : columns) {
-    if (column.added_later && !table_has_column(db, table, column.name())) {
+    if (!column.added_later || table_has_column(db, table, column.name())) continue;
+    try {
       store.exec("ALTER TABLE " + table + " ADD COLUMN " + std::string(column.declaration));
+    } catch (const std::runtime_error&) {
+      // Another process may have added it since.
+      if (!table_has_column(db, table, column.name())) throw;
     }
   }
 }

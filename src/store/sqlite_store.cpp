@@ -2,7 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 #include "base/files.h"
 
@@ -11,6 +13,17 @@ namespace {
 
 /// Milliseconds that a statement waits for other connections.
 constexpr int busy_timeout_ms = 10000;
+
+/// Of two connections that turn a new database to write-ahead mode at once, SQLite refuses one
+/// without waiting. It waits here, as long as any statement would.
+void wait_for_write_ahead_mode(sqlite3* db) {
+  using std::chrono::steady_clock;
+  const auto deadline = steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
+  while (sqlite3_exec(db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr) == SQLITE_BUSY &&
+         steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
 
 }  // namespace
 
@@ -32,6 +45,7 @@ void SqliteStore::open(const std::filesystem::path& file) {
     throw std::runtime_error(reason);
   }
   sqlite3_busy_timeout(db, busy_timeout_ms);
+  wait_for_write_ahead_mode(db);
   exec("PRAGMA journal_mode=WAL");
   exec("PRAGMA busy_timeout=" + std::to_string(busy_timeout_ms));
   exec("PRAGMA foreign_keys=ON");

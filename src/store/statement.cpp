@@ -34,7 +34,8 @@ void Statement::Finalizer::operator()(sqlite3_stmt* statement) const {
 }
 
 void Statement::bind_one(int index, const std::string& value) {
-  // A text beyond SQLite's limit would otherwise be bound as NULL.
+  // The 64-bit form, as a size beyond 2 GiB must not wrap; and checked, as a text beyond SQLite's
+  // own limit would be bound as NULL.
   require(sqlite3_bind_text64(statement_.get(), index, value.data(), value.size(), SQLITE_TRANSIENT,
                               SQLITE_UTF8) == SQLITE_OK);
 }

@@ -9,14 +9,19 @@
 //      the directory synced. command: an event file is written, the command runs, the event file is
 //      removed.
 //   3. behind the command stands the append command: its backend appends, then the marker is
-//   written.
+//      written.
 //   4. flush marks the row sent. A failure of 2 to 4 leaves it pending, due again after a delay.
 //   5. compaction deletes sent rows.
 //
-// A crash in 2 leaves a ".tmp." or event file that no one reads, and the row pending. A crash
-// between 2 and 4 repeats the delivery: the spool file has the same name and content, the marker
-// ends the repeat, and before the marker the backend knows the id. So an event is never lost, and a
-// repeat is harmless.
+// A crash in 2 leaves a ".tmp." or event file that no one reads, or the final file, and the row
+// pending. A crash between 2 and 4 repeats the delivery: the spool file gets the same name and
+// content once more (the collector sees it again if it took the first), the marker ends the repeat,
+// and before the marker the backend knows the id. So no event is lost, and a repeat is recognised
+// by its id.
+//
+// File names and markers keep letters, digits, "-" and "." of an id. Ids that differ only in other
+// bytes share a marker, and a spool file too when they are queued in the same second; the ids that
+// the agent makes itself never do.
 #pragma once
 
 #include <string>

@@ -162,6 +162,7 @@ TEST_F(Retention, AKilledRunLosesNothingAndTheNextOneCompletes) {
     kill(child, SIGKILL);
     int status = 0;
     waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status) ? WTERMSIG(status) == SIGKILL : WEXITSTATUS(status) == 0);
     killed += WIFSIGNALED(status) ? 1 : 0;
     ASSERT_EQ(query("PRAGMA integrity_check"), "ok\n");
     store_.open(file_);

@@ -16,10 +16,13 @@ std::string schema_of(const std::filesystem::path& file) {
              "pragma_table_info(m.name) c WHERE m.type='table' AND m.name NOT LIKE 'sqlite_%' "
              "ORDER BY 1, 2") +
          sql(file,
-             "SELECT m.name, m.tbl_name, group_concat(i.name) FROM sqlite_schema m, "
-             "pragma_index_info(m.name) i WHERE m.type='index' AND m.sql IS NOT NULL "
-             "GROUP BY m.name ORDER BY 1") +
-         sql(file, "SELECT name FROM sqlite_schema WHERE sql LIKE '%AUTOINCREMENT%' ORDER BY 1");
+             "SELECT m.name, m.tbl_name, group_concat(i.name), l.\"unique\", l.partial FROM "
+             "sqlite_schema m, pragma_index_info(m.name) i, pragma_index_list(m.tbl_name) l WHERE "
+             "m.type='index' AND m.sql IS NOT NULL AND l.name=m.name GROUP BY m.name ORDER BY 1") +
+         sql(file, "SELECT name FROM sqlite_schema WHERE sql LIKE '%AUTOINCREMENT%' ORDER BY 1") +
+         sql(file,
+             "SELECT sql FROM sqlite_schema WHERE sql GLOB '*CHECK*' OR sql LIKE '%REFERENCES%' OR "
+             "sql LIKE '%UNIQUE%' OR sql LIKE '%COLLATE%' OR sql LIKE '%GENERATED%'");
 }
 
 // Written out by hand: table, column, type, NOT NULL, default, primary key.
@@ -83,11 +86,11 @@ vorn_sync_queue|next_attempt_at|TEXT|1|''|0
 vorn_sync_queue|payload|TEXT|1||0
 vorn_sync_queue|sent_at|TEXT|1|''|0
 vorn_sync_queue|status|TEXT|1|'pending'|0
-idx_agent_journal_category_created_at|agent_journal|category,created_at,id
-idx_agent_journal_created_at|agent_journal|created_at,id
-idx_incidents_fingerprint_status|incidents|fingerprint,status
-idx_incidents_last_seen|incidents|last_seen_at
-idx_vorn_sync_queue_pending|vorn_sync_queue|status,next_attempt_at,created_at
+idx_agent_journal_category_created_at|agent_journal|category,created_at,id|0|0
+idx_agent_journal_created_at|agent_journal|created_at,id|0|0
+idx_incidents_fingerprint_status|incidents|fingerprint,status|0|0
+idx_incidents_last_seen|incidents|last_seen_at|0|0
+idx_vorn_sync_queue_pending|vorn_sync_queue|status,next_attempt_at,created_at|0|0
 agent_journal
 check_results
 notification_queue
@@ -160,8 +163,36 @@ TEST(Schema, OlderDatabasesGetWhatTheyLack) {
 
 TEST(SqliteStore, SetsItsPragmas) {
   const TempDir dir;
-  { const SqliteStore store(dir / "agent.db"); }
+  SqliteStore store(dir / "agent.db");
   EXPECT_EQ(sql(dir / "agent.db", "PRAGMA journal_mode"), "wal\n");
+  store.exec("CREATE TABLE child(incident TEXT REFERENCES incidents(id))");
+  EXPECT_EQ(error_of([&] { store.exec("INSERT INTO child VALUES('nobody')"); }),
+            "FOREIGN KEY constraint failed");
+}
+
+TEST(SqliteStore, ManyProcessesOpenANewOrOldDatabaseAtOnce) {
+  for (int round = 0; round < 10; ++round) {
+    const TempDir dir;
+    if (round % 2 == 1) {
+      sql(dir / "agent.db",
+          "CREATE TABLE vorn_sync_queue(event_id TEXT PRIMARY KEY, payload TEXT NOT NULL, "
+          "status TEXT NOT NULL DEFAULT 'pending', created_at TEXT NOT NULL)");
+    }
+    std::vector<pid_t> children(4);
+    for (pid_t& child : children) {
+      child = fork();
+      if (child == 0) {
+        const auto failure = error_of([&] { const SqliteStore store(dir / "agent.db"); });
+        _exit(failure ? 1 : 0);
+      }
+    }
+    for (const pid_t child : children) {
+      int status = 0;
+      waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0) << round;
+    }
+    EXPECT_EQ(schema_of(dir / "agent.db"), expected_schema);
+  }
 }
 
 TEST(SqliteStore, OpensAnotherFileInPlaceOfTheFirst) {
@@ -196,6 +227,12 @@ TEST(SqliteStore, FailuresCarrySqlitesText) {
 
   SqliteStore store(dir / "agent.db");
   EXPECT_EQ(error_of([&] { store.exec("SELEKT"); }), "near \"SELEKT\": syntax error");
+  store.exec(
+      "CREATE TRIGGER refuse BEFORE INSERT ON vorn_sync_queue "
+      "BEGIN SELECT RAISE(ABORT, 'refused'); END");
+  EXPECT_EQ(error_of([&] { store.enqueue_sync_event("a", "b"); }), "refused");
+  EXPECT_EQ(error_of([&] { store.enqueue_sync_event("a", std::string(1000000001, 'x')); }),
+            "string or blob too big");
   store.exec("DROP TABLE vorn_sync_queue");
   EXPECT_EQ(error_of([&] { store.enqueue_sync_event("a", "b"); }),
             "no such table: vorn_sync_queue");
