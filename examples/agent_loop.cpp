@@ -26,7 +26,9 @@ int run(const char* config_file) {
   while (true) {
     std::cout << "delivered " << writer.flush() << std::endl;
     if (store.list_sync_events(1, true).empty()) return 0;
-    if (config.vorn.queue_only || !config.vorn.enabled) return 1;  // nothing leaves this host
+    const bool leaves_this_host =
+        config.vorn.enabled && !config.vorn.queue_only && config.vorn.transport != "queue";
+    if (!leaves_this_host) return 1;
     std::this_thread::sleep_for(std::chrono::seconds(5));  // a failed row is due again later
   }
 }

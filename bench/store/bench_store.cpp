@@ -466,15 +466,11 @@ BENCHMARK(maintenance)
 
 int main(int argc, char** argv) {
   for (const auto& operation : operations) {
-    benchmark::RegisterBenchmark(operation.name,
-                                 [&operation](benchmark::State& state) {
-                                   Scene scene;
-                                   run_paired(
-                                       state, [&] { operation.ours(scene); },
-                                       [&] { operation.bare(scene); });
-                                 })
-        ->Iterations(5000)
-        ->UseManualTime();
+    benchmark::RegisterBenchmark(operation.name, [&operation](benchmark::State& state) {
+      Scene scene;
+      run_paired(
+          state, [&] { operation.ours(scene); }, [&] { operation.bare(scene); });
+    })->UseManualTime();
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
