@@ -3,22 +3,49 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <stdexcept>
 #include <vector>
+
+template <class Work>
+double seconds_of(Work& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// The same in a new process, whose heap has seen nothing yet.
+template <class Work>
+double seconds_in_new_process(Work& work) {
+  int ends[2];
+  if (pipe(ends) != 0) throw std::runtime_error("pipe failed");
+  const pid_t child = fork();
+  double seconds = 0;
+  if (child == 0) {
+    seconds = seconds_of(work);
+    _exit(write(ends[1], &seconds, sizeof seconds) == sizeof seconds ? 0 : 1);
+  }
+  close(ends[1]);
+  const bool complete = read(ends[0], &seconds, sizeof seconds) == sizeof seconds;
+  close(ends[0]);
+  waitpid(child, nullptr, 0);
+  if (!complete) throw std::runtime_error("the work failed");
+  return seconds;
+}
 
 /// Runs both once an iteration. The time of the benchmark is that of `ours`; the counters are the
 /// median microseconds of each and the median of the ratios of neighbouring runs.
 template <class Ours, class Bare>
-void run_paired(benchmark::State& state, Ours ours, Bare bare) {
+void run_paired(benchmark::State& state, Ours ours, Bare bare, bool new_process = false) {
   std::vector<double> our_times;
   std::vector<double> bare_times;
   std::vector<double> ratios;
-  const auto seconds = [](auto& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const auto seconds = [new_process](auto& work) {
+    return new_process ? seconds_in_new_process(work) : seconds_of(work);
   };
   for (auto _ : state) {
     our_times.push_back(seconds(ours));

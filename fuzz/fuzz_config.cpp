@@ -6,9 +6,13 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/files.h"
 #include "config/load.h"
@@ -17,19 +21,31 @@
 
 using namespace zunol_monitoring;
 
+namespace {
+
+Config load(std::string_view yaml) {
+  static const std::string path = "/dev/shm/fuzz-config." + std::to_string(getpid()) + ".yaml";
+  write_text_file(path, yaml);
+  const auto gone = [](const std::string* file) { std::remove(file->c_str()); };
+  const std::unique_ptr<const std::string, decltype(gone)> remove(&path);
+  return load_config(path);
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const std::string path = "/tmp/fuzz-config." + std::to_string(getpid()) + ".yaml";
-  write_text_file(path, {reinterpret_cast<const char*>(data), size});
+  std::optional<std::string> rendered;
   try {
-    const Config config = load_config(path);
+    const Config config = load({reinterpret_cast<const char*>(data), size});
     validate_config(config);
-    const std::string once = render_text(config);
-    write_text_file(path, once);
-    const std::string twice = render_text(load_config(path));
-    write_text_file(path, twice);
-    if (render_text(load_config(path)) != twice) std::abort();
+    rendered = render_text(config);
   } catch (const std::exception& error) {
     if (std::string(error.what()).empty()) std::abort();
+  }
+  // What was rendered must load; outside the handler, so that a failure is found.
+  if (rendered) {
+    const std::string again = render_text(load(*rendered));
+    if (render_text(load(again)) != again) std::abort();
   }
   return 0;
 }

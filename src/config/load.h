@@ -14,7 +14,7 @@ namespace zunol_monitoring {
 /// Raises std::runtime_error with "config not found: " and the path when there is no such file; the
 /// file-system library's error when that cannot be found out; and the YAML library's own exceptions
 /// for a file that cannot be opened or parsed, a value that does not convert and a block that is a
-/// scalar.
+/// scalar; and std::ios_base::failure for a directory.
 Config load_config(const std::filesystem::path& path);
 
 }  // namespace zunol_monitoring

@@ -73,14 +73,18 @@ TEST(RandomDocuments, EndInAConfigurationOrAMessage) {
   int loaded = 0;
   for (int i = 0; i < count; ++i) {
     const std::string yaml = documents.next();
+    std::string rendered;
     const auto error = error_of([&] {
       const Config config = load_text(yaml);
       ++loaded;
       validate_config(config);
-      const std::string text = render_text(config);
-      EXPECT_EQ(render_text(load_text(text)), render_text(load_text(render_text(load_text(text)))));
+      rendered = render_text(config);
     });
     EXPECT_NE(error.value_or("none"), "") << yaml;
+    if (rendered.empty()) continue;
+    // What was rendered loads, outside the handler, and keeps its bytes.
+    const std::string again = render_text(load_text(rendered));
+    EXPECT_EQ(render_text(load_text(again)), again);
   }
   EXPECT_GT(loaded, count / 20);
   EXPECT_LT(loaded, count);
