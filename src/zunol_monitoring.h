@@ -24,6 +24,7 @@
 #include "history/spool_export.h"
 #include "store/check_results.h"
 #include "store/incidents.h"
+#include "store/inspection.h"
 #include "store/journal.h"
 #include "store/notification_queue.h"
 #include "store/severity.h"

@@ -39,16 +39,26 @@ void SqliteStore::open(const std::filesystem::path& file) {
   close();
   path = file;
   ensure_parent_directory(path);
-  if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) {
+  connect(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  wait_for_write_ahead_mode(db);
+  exec("PRAGMA journal_mode=WAL");
+  exec("PRAGMA busy_timeout=" + std::to_string(busy_timeout_ms));
+  exec("PRAGMA foreign_keys=ON");
+}
+
+void SqliteStore::open_read_only(const std::filesystem::path& file) {
+  close();
+  path = file;
+  connect(SQLITE_OPEN_READONLY);
+}
+
+void SqliteStore::connect(int flags) {
+  if (sqlite3_open_v2(path.c_str(), &db, flags, nullptr) != SQLITE_OK) {
     const std::string reason = db != nullptr ? sqlite3_errmsg(db) : "cannot open sqlite database";
     close();
     throw std::runtime_error(reason);
   }
   sqlite3_busy_timeout(db, busy_timeout_ms);
-  wait_for_write_ahead_mode(db);
-  exec("PRAGMA journal_mode=WAL");
-  exec("PRAGMA busy_timeout=" + std::to_string(busy_timeout_ms));
-  exec("PRAGMA foreign_keys=ON");
 }
 
 void SqliteStore::close() {

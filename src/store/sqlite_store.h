@@ -12,12 +12,14 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "store/check_results.h"
 #include "store/incidents.h"
+#include "store/inspection.h"
 #include "store/journal.h"
 #include "store/notification_queue.h"
 #include "store/sync_queue.h"
@@ -41,6 +43,10 @@ class SqliteStore {
   /// or "cannot open sqlite database"; the store is closed then, but stays open when only a pragma
   /// fails.
   void open(const std::filesystem::path& file);
+  /// Opens an existing database `file` for looking only: nothing is created, no pragma is set and
+  /// no column added, and operations that write raise. Raises as open does, also when there is no
+  /// such file.
+  void open_read_only(const std::filesystem::path& file);
   /// Closes the connection, if one is open.
   void close();
   /// Creates the tables, indexes and columns that are missing. What exists is left alone.
@@ -135,7 +141,17 @@ class SqliteStore {
   /// Counts a failed attempt and schedules the next one. No row is no error.
   void record_sync_failure(const std::string& event_id, const std::string& error);
 
+  // For people who look (store/inspection.h). Unlike the listings, these raise when a read fails.
+
+  /// Hands the pending rows to `take`, oldest first, at most `limit` of them, one at a time.
+  void visit_pending_sync_rows(int limit, const std::function<void(const PendingSyncRow&)>& take);
+  SyncQueueStats sync_queue_stats();
+  /// Every table, in the order of their names.
+  std::vector<TableRows> count_table_rows();
+
  private:
+  void connect(int flags);
+
   sqlite3* db = nullptr;
   std::filesystem::path path;  ///< given to the latest open
 };

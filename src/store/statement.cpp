@@ -16,12 +16,22 @@ void Statement::run() { require(sqlite3_step(statement_.get()) == SQLITE_DONE); 
 
 bool Statement::next() { return sqlite3_step(statement_.get()) == SQLITE_ROW; }
 
+bool Statement::next_or_raise() {
+  const int result = sqlite3_step(statement_.get());
+  require(result == SQLITE_ROW || result == SQLITE_DONE);
+  return result == SQLITE_ROW;
+}
+
 std::string Statement::text(int column) const {
   const unsigned char* text = sqlite3_column_text(statement_.get(), column);
   return text == nullptr ? std::string() : reinterpret_cast<const char*>(text);
 }
 
 int Statement::integer(int column) const { return sqlite3_column_int(statement_.get(), column); }
+
+std::int64_t Statement::integer64(int column) const {
+  return sqlite3_column_int64(statement_.get(), column);
+}
 
 double Statement::real(int column) const { return sqlite3_column_double(statement_.get(), column); }
 

@@ -1,7 +1,7 @@
 // The owner of one prepared statement, and all handling of SQLite's results.
 #pragma once
 
-#include <functional>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,6 +34,8 @@ class Statement {
   /// Steps to the next row of a statement that reads; false when there is none, for whatever
   /// reason.
   bool next();
+  /// The same, but a failure raises: an answer that is cut short would be a wrong one.
+  bool next_or_raise();
   /// What `read` makes of each row that is left, up to the first result that is no row.
   template <class Read>
   auto all(Read read) {
@@ -52,6 +54,7 @@ class Statement {
   // Columns of the present row, from 0. A NULL reads as "" or 0; text ends at its first zero byte.
   std::string text(int column) const;
   int integer(int column) const;
+  std::int64_t integer64(int column) const;
   double real(int column) const;
   bool is_null(int column) const;
 
