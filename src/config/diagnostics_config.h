@@ -175,6 +175,8 @@ void visit_keys(Visitor& v, MaybeConst<DiagnosticsConfig> auto& diagnostics) {
     block.field("mode", diagnostics.redaction.mode);
     if constexpr (Visitor::reading) {
       if (!redaction_given) diagnostics.default_redaction = diagnostics.redaction.mode;
+    } else if constexpr (!Visitor::rendering) {
+      block.feeds("mode", diagnostics.default_redaction);
     }
     block.field("fail_on_possible_secret", diagnostics.redaction.fail_on_possible_secret);
   });

@@ -34,6 +34,7 @@ class KeyReader {
     value = read_string(block_, key, value.string());
   }
   void duration(const char* key, std::string& value) { field(key, value); }
+  void credential(const char* key, std::string& value) { field(key, value); }
 
   void alias(const char* key, auto&& value) {
     if constexpr (requires { field(key, value); }) {

@@ -56,6 +56,7 @@ class KeyRenderer {
 
   void field(const char* key, const auto& value) { line(key, " " + yaml_value(value)); }
   void duration(const char* key, const std::string& value) { field(key, value); }
+  void credential(const char* key, const std::string& value) { field(key, value); }
   void literal(const char* key, const char* text) { line(key, std::string(" ") + text); }
   void alias(const char* /*key*/, const auto&... /*value*/) {}
 

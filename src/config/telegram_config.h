@@ -60,7 +60,7 @@ void visit_telegram_keys(Visitor& v, auto& config) {
   v.field("api_base", telegram.api_base);
   v.alias("service_url", telegram.api_base);
   v.field("bot_api_base", telegram.bot_api_base);
-  v.field("bot_token", telegram.bot_token);
+  v.credential("bot_token", telegram.bot_token);
   v.field("bot_chat_id", telegram.bot_chat_id);
   v.field("project_id", telegram.project_id);
   v.field("integration_id", telegram.integration_id);

@@ -9,9 +9,12 @@
 //
 //   field(key, value)         a scalar: bool, int, 64-bit unsigned, double, text or path
 //   duration(key, text)       a text in the grammar of parse_duration_seconds
+//   credential(key, text)     a text that is shown to nobody
 //   alias(key, value)         a second key for a field or a block of another name: read, never
 //                             rendered. The key read last wins.
 //   alias(key, value, feed)   the same, where feed(what was read, value) stores it
+//   feeds(key, value)         called for visitors that neither read nor render: the key, declared
+//                             before, also feeds this field where the file has no other key for it
 //   literal(key, text)        rendered as it stands, never read
 //   list(key, texts)          a list of texts, replaced only when the key is present
 //   list_always(key, texts)   a list of texts, emptied when its block is present without it

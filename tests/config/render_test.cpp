@@ -28,6 +28,7 @@ class Scrambler {
     if (seen_.insert(&value).second) change(value);
   }
   void duration(const char* key, std::string& value) { field(key, value); }
+  void credential(const char* key, std::string& value) { field(key, value); }
   void alias(const char* /*key*/, auto&&... /*value*/) {}
   void literal(const char* /*key*/, const char* /*text*/) {}
   void list(const char* key, std::vector<std::string>& list) { field(key, list); }

@@ -200,6 +200,7 @@ class KindTester {
     expect(key, "{a: b}", "bad conversion");
   }
   void duration(const char* key, std::string& value) { field(key, value); }
+  void credential(const char* key, std::string& value) { field(key, value); }
   template <class Value>
   void alias(const char* key, Value&& value) {
     if constexpr (std::is_arithmetic_v<std::remove_cvref_t<Value>> ||

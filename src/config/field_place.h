@@ -1,0 +1,23 @@
+// Which field of a Config is meant: keys, rules and variables are declared apart from each other
+// and meet in the field that they are about.
+#pragma once
+
+#include <cstddef>
+
+#include "config/config.h"
+
+namespace zunol_monitoring {
+
+/// Bytes from the beginning of a Config to the field.
+using FieldPlace = std::ptrdiff_t;
+
+/// The place of what lies in no Config itself: a field of an item of a list, a local value.
+inline constexpr FieldPlace no_place = -1;
+
+/// The place of `field` in `config`, or no_place.
+inline FieldPlace field_place(const Config& config, const void* field) {
+  const FieldPlace place = static_cast<const char*>(field) - reinterpret_cast<const char*>(&config);
+  return place >= 0 && place < static_cast<FieldPlace>(sizeof(Config)) ? place : no_place;
+}
+
+}  // namespace zunol_monitoring
