@@ -52,12 +52,14 @@ class Declarer {
   void https_or_empty(const char* name, const std::string& url) {
     add({.kind = Kind::https_or_empty, .place = place(url)}, name, https_claim);
   }
-  void existing_file(const char* /*name*/, const std::filesystem::path& /*path*/) {}
-  void private_file(const std::filesystem::path& /*path*/) {}
-  void fixed_secret_files() {}
-  void refuse_if(bool /*broken*/, const char* message) {
-    add({.message = message, .claim = message});
+  void existing_file(const char* name, const std::filesystem::path& /*path*/) {
+    add({.message = rule_message(name, "not found: PATH", "")});
   }
+  void private_file(const std::filesystem::path& /*path*/) {
+    add({.message = "secret file permissions must be 0600 or stricter: PATH"});
+  }
+  void fixed_secret_files() {}  // the same message
+  void refuse_if(bool /*broken*/, const char* message) { add({.message = message}); }
 
   /// An open gate, until it goes.
   class Gate {

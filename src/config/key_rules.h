@@ -34,13 +34,14 @@ struct KeyRule {
   int low = 0;
   int high = 0;
   std::vector<std::string> words;
-  std::string message;          ///< what validate_config says of a configuration that breaks it
-  std::string claim;            ///< the message without the name of the key and the reason
+  std::string message;  ///< what validate_config says of a configuration that breaks it, with PATH
+                        ///< for the path of a file
+  std::string claim;  ///< the message without the name of the key and the reason; not of a relation
   std::vector<RuleGate> gates;  ///< all of them must be open
 };
 
-/// The rules that validate_config applies, in their order. Those that ask the file system (whether
-/// the service key exists, the modes of secret files) are not among them.
+/// The rules that validate_config applies, in their order. The three about the modes of secret
+/// files are one here.
 std::vector<KeyRule> key_rules();
 
 }  // namespace zunol_monitoring

@@ -119,7 +119,7 @@ TEST(KeyRules, NameTheKeyThatTheyJudge) {
     std::ranges::replace(message, ' ', '.');
     EXPECT_TRUE(message.starts_with(path + '.')) << path << ": " << rule.message;
   }
-  EXPECT_EQ(of_one_key + relations, 91 - 4);  // four ask the file system
+  EXPECT_EQ(of_one_key + relations, 91 - 2);  // three about the modes of files are one
   EXPECT_GT(of_one_key, 50);
 }
 
