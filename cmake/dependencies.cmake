@@ -3,6 +3,9 @@ include(CheckCXXSourceCompiles)
 find_package(nlohmann_json REQUIRED)
 find_package(SQLite3 REQUIRED)
 find_package(yaml-cpp REQUIRED)
+if(ZUNOL_BUILD_CTL)
+  find_package(CLI11 REQUIRED)
+endif()
 
 # The append command starts once for every event, and loading shared libraries would take longer than
 # all its own work. So it is linked statically wherever the archives are installed. Sanitizers need

@@ -1,0 +1,29 @@
+#include "ctl/age.h"
+
+#include <ctime>
+
+namespace zunol_monitoring::ctl {
+
+std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t otherwise) {
+  std::tm time{};
+  const char* end = strptime(timestamp.c_str(), "%Y-%m-%dT%H:%M:%SZ", &time);
+  if (end == nullptr || *end != '\0') return otherwise;
+  return timegm(&time);
+}
+
+std::string span_text(std::int64_t seconds) {
+  if (seconds < 0) return '-' + span_text(-seconds);
+  const auto two = [](std::int64_t first, const char* unit, std::int64_t second,
+                      const char* smaller) {
+    return std::to_string(first) + unit + ' ' + std::to_string(second) + smaller;
+  };
+  constexpr std::int64_t minute = 60;
+  constexpr std::int64_t hour = 60 * minute;
+  constexpr std::int64_t day = 24 * hour;
+  if (seconds < minute) return std::to_string(seconds) + 's';
+  if (seconds < hour) return two(seconds / minute, "m", seconds % minute, "s");
+  if (seconds < day) return two(seconds / hour, "h", seconds % hour / minute, "m");
+  return two(seconds / day, "d", seconds % day / hour, "h");
+}
+
+}  // namespace zunol_monitoring::ctl

@@ -1,0 +1,17 @@
+// Times as people read them: how long ago.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace zunol_monitoring::ctl {
+
+/// Seconds since 1970 of a time in the form of utc_timestamp_iso(), or `otherwise` for any other
+/// text.
+std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t otherwise);
+
+/// The two largest units of a span: "0s", "59s", "5m 10s", "3h 0m", "12d 4h". A negative span has a
+/// "-" in front.
+std::string span_text(std::int64_t seconds);
+
+}  // namespace zunol_monitoring::ctl

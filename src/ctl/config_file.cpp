@@ -1,0 +1,213 @@
+#include "ctl/config_file.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <algorithm>
+#include <numeric>
+#include <stdexcept>
+
+#include "config/duration.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+/// Characters to insert, delete or replace to get from one text to the other.
+std::size_t edit_distance(const std::string& from, const std::string& to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
+    }
+  }
+  return row.back();
+}
+
+/// The key of the block that was probably meant, or "".
+std::string nearest_key(const std::string& name, const std::vector<ConfigKey>& keys) {
+  constexpr std::size_t longest_name = 100;  // far above every key
+  if (name.size() > longest_name) return "";
+  std::string nearest;
+  std::size_t least = std::max<std::size_t>(2, name.size() / 3) + 1;
+  for (const ConfigKey& key : keys) {
+    const bool begins = name.size() > 2 && key.name.starts_with(name);
+    const std::size_t distance = begins ? 1 : edit_distance(name, key.name);
+    if (distance < std::min(least, name.size())) {
+      least = distance;
+      nearest = key.name;
+    }
+  }
+  return nearest;
+}
+
+bool is_no_duration(const std::string& text) {
+  try {
+    return parse_duration_seconds(text, -1) < 0;
+  } catch (const std::out_of_range&) {
+    return true;
+  }
+}
+
+struct Entry {
+  YAML::Node key;
+  YAML::Node value;
+};
+
+class Examiner {
+ public:
+  ConfigFile result;
+
+  void block(const YAML::Node& node, const std::vector<ConfigKey>& keys, const Source& at) {
+    if (node.IsSequence()) return warn(at, "is a list instead of keys and is ignored");
+    const std::map<std::string, Entry> entries = entries_of(node, keys, at);
+    for (const ConfigKey& key : keys) {
+      const auto entry = entries.find(key.name);
+      if (entry != entries.end()) {
+        value(key, entry->second.value, source_of(entry->second.key, key.path));
+      } else if (key.emptied_with_block) {
+        result.sources[key.home] = {at.line, at.column, at.key, true};
+      }
+    }
+  }
+
+  void warn(const Source& at, const std::string& what) {
+    result.warnings.push_back({at.line, at.column, at.key + ' ' + what});
+  }
+
+ private:
+  static Source source_of(const YAML::Node& node, const std::string& path) {
+    return {node.Mark().line + 1, node.Mark().column + 1, path};
+  }
+
+  /// The first entry of each name, which is the one that counts.
+  std::map<std::string, Entry> entries_of(const YAML::Node& node,
+                                          const std::vector<ConfigKey>& keys, const Source& at) {
+    std::map<std::string, Entry> entries;
+    if (!node.IsMap()) return entries;
+    const std::string prefix = at.key.empty() ? "" : at.key + '.';
+    for (const auto& entry : node) {
+      const std::string name = entry.first.IsScalar() ? entry.first.Scalar() : "(no text)";
+      const Source here = source_of(entry.first, prefix + name);
+      if (std::ranges::find(keys, name, &ConfigKey::name) == keys.end()) {
+        const std::string nearest = nearest_key(name, keys);
+        warn(here,
+             "is unknown and ignored" + (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
+      } else if (!entries.emplace(name, Entry{entry.first, entry.second}).second) {
+        warn(here, "stands twice, and the first one counts");
+      }
+    }
+    return entries;
+  }
+
+  void value(const ConfigKey& key, const YAML::Node& node, const Source& at) {
+    switch (key.kind) {
+      case KeyKind::unread:
+        return;
+      case KeyKind::block:
+        return block(node, key.children, at);
+      case KeyKind::texts:
+      case KeyKind::records:
+        if (!list(key, node, at)) return;
+        break;
+      case KeyKind::text:
+      case KeyKind::path:
+      case KeyKind::duration:
+        text(key, node, at);
+        break;
+      default:
+        break;
+    }
+    if (key.converted && node.IsScalar() && node.Scalar().empty()) return;
+    note_source(key, node, at);
+  }
+
+  void text(const ConfigKey& key, const YAML::Node& node, const Source& at) {
+    if (node.IsNull()) return warn(at, "has no value and reads as the text \"null\"");
+    const std::string& text = node.Scalar();
+    if (!text.empty() && text.find_first_not_of(" \t\r\n") == std::string::npos) {
+      warn(at, "is blank, but not empty");
+    } else if (key.kind == KeyKind::duration && is_no_duration(text)) {
+      warn(at, "is no duration, such as 90, 30s, 5m, 6h or 7d");
+    }
+  }
+
+  /// Whether the value counts.
+  bool list(const ConfigKey& key, const YAML::Node& node, const Source& at) {
+    if (!node.IsSequence()) {
+      if (key.kept_unless_list) {
+        warn(at, "is no list and is ignored");
+      } else if (!node.IsNull()) {
+        warn(at, "is no list and reads as an empty one");
+      }
+      return !key.kept_unless_list;
+    }
+    for (const YAML::Node& item : node) {
+      if (key.kind == KeyKind::records) {
+        block(item, key.children, item.IsNull() ? at : source_of(item, key.path + "[]"));
+        if (item.IsNull()) warn(at, "has an item without keys");
+      } else if (item.IsNull()) {
+        warn(at, "has an item without a value, which reads as the text \"null\"");
+      }
+    }
+    return true;
+  }
+
+  void note_source(const ConfigKey& key, const YAML::Node& node, const Source& at) {
+    // Inside an item of a list no field stands for itself.
+    if (key.path.find("[]") != std::string::npos) return;
+    const std::string text = YAML::Dump(node);
+    const auto earlier = result.sources.find(key.home);
+    if (earlier != result.sources.end() && !earlier->second.emptied && texts_[key.home] != text) {
+      warn(earlier->second, "has no effect, as " + at.key + " beats it");
+    }
+    result.sources[key.home] = at;
+    texts_[key.home] = text;
+  }
+
+  std::map<std::string, std::string> texts_;  ///< of the values in `sources`
+};
+
+/// The first document of the file, and where a second one begins.
+YAML::Node first_document(const std::filesystem::path& path, Examiner& examiner) {
+  try {
+    const std::vector<YAML::Node> documents = YAML::LoadAllFromFile(path.string());
+    if (documents.empty()) return {};
+    if (documents.size() > 1) {
+      examiner.warn({documents[1].Mark().line + 1, documents[1].Mark().column + 1, "the document"},
+                    "here and all behind it are ignored");
+    }
+    return documents[0];
+  } catch (const YAML::Exception&) {  // behind the first document, which has loaded
+    return YAML::LoadFile(path.string());
+  }
+}
+
+/// A second field is fed where the file has no other key for it.
+void note_second_fields(ConfigFile& file, const std::vector<ConfigKey>& keys) {
+  std::map<FieldPlace, std::string> homes;
+  for_each_key(keys, [&](const ConfigKey& key) { homes[key.place] = key.home; });
+  for_each_key(keys, [&](const ConfigKey& key) {
+    const auto source = file.sources.find(key.home);
+    if (key.also == no_place || source == file.sources.end()) return;
+    file.sources.try_emplace(homes[key.also], source->second);
+  });
+}
+
+}  // namespace
+
+ConfigFile examine_config_file(const std::filesystem::path& path,
+                               const std::vector<ConfigKey>& keys) {
+  Examiner examiner;
+  const YAML::Node root = first_document(path, examiner);
+  examiner.block(root, keys, {1, 1, ""});
+  note_second_fields(examiner.result, keys);
+  std::ranges::stable_sort(examiner.result.warnings, {}, [](const Finding& finding) {
+    return std::pair(finding.line, finding.column);
+  });
+  return std::move(examiner.result);
+}
+
+}  // namespace zunol_monitoring::ctl

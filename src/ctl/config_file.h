@@ -1,0 +1,41 @@
+// A configuration file as its author sees it: which line gives which value, and what in it surely
+// is a mistake although it loads.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "config/key_catalogue.h"
+
+namespace zunol_monitoring::ctl {
+
+struct Finding {
+  int line = 0;  ///< from 1; 0 where the finding has no place in the file
+  int column = 0;
+  std::string message;
+};
+
+/// The key of the file that gives a field its value.
+struct Source {
+  int line = 0;
+  int column = 0;
+  std::string key;       ///< its path
+  bool emptied = false;  ///< it is the block, which empties a list by not having it
+};
+
+struct ConfigFile {
+  std::vector<Finding> warnings;          ///< in the order of the file
+  std::map<std::string, Source> sources;  ///< by the path of the field's home (ConfigKey::home)
+};
+
+/// What a file that load_config takes says of these keys (key_catalogue). Warned of are: keys that
+/// are unknown, with the nearest known one of their block; keys that stand twice; keys without
+/// effect, as another key for the field beats them; blocks and lists of another form; texts without
+/// a value, which read as "null"; blank texts; durations that are none; and documents behind the
+/// first. Raises the YAML library's errors.
+ConfigFile examine_config_file(const std::filesystem::path& path,
+                               const std::vector<ConfigKey>& keys);
+
+}  // namespace zunol_monitoring::ctl

@@ -1,0 +1,130 @@
+// zunol-monitoring-ctl event: events queued by hand, judged, and their types.
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+
+#include "base/clock.h"
+#include "config/load.h"
+#include "ctl/input.h"
+#include "ctl/output.h"
+#include "ctl/tool.h"
+#include "events/build_event.h"
+#include "events/event_envelope.h"
+#include "events/parse_envelope.h"
+#include "history/queueing_history_writer.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+using nlohmann::json;
+
+struct SendArguments {
+  std::string type;
+  std::optional<std::string> level;
+  std::optional<std::string> id;
+  std::optional<std::string> data;
+  std::optional<std::string> data_file;
+};
+
+json read_data(const SendArguments& arguments) {
+  if (arguments.data) return json::parse(*arguments.data);
+  if (arguments.data_file) return json::parse(read_input(*arguments.data_file));
+  return json::object();
+}
+
+/// The data with level and id in it, where build_event looks for them.
+json complete_data(const SendArguments& arguments) {
+  json data = read_data(arguments);
+  if (!data.is_object()) data = json{{"value", std::move(data)}};
+  if (arguments.level) data["level"] = *arguments.level;
+  if (arguments.id) data["event_id"] = *arguments.id;
+  const auto id = data.find("event_id");
+  if (id == data.end() || !id->is_string()) data["event_id"] = make_id("evt");
+  return data;
+}
+
+int send(const Tool& tool, const SendArguments& arguments) {
+  const Config config = load_config(tool.config);
+  if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is queued");
+  const json data = complete_data(arguments);
+  if (const auto reason = validate_event(build_event(config, arguments.type, data))) {
+    throw std::runtime_error("invalid event: " + *reason);
+  }
+  SqliteStore store(config.storage.local_db);
+  QueueingVornHistoryWriter(config, store).enqueue(arguments.type, data);
+
+  const std::string id = data["event_id"];
+  if (tool.json) {
+    print_json({{"event_id", id}});
+  } else {
+    print(printable(id) + '\n');
+  }
+  try {
+    finish_output();
+  } catch (const std::exception& error) {
+    throw std::runtime_error("the event " + id + " is queued, but " + error.what());
+  }
+  return done;
+}
+
+int check(const Tool& tool, const std::string& file) {
+  const auto reason = validate_event(parse_envelope(read_input(file)));
+  if (tool.json) {
+    json verdict = {{"path", file}, {"valid", !reason.has_value()}};
+    if (reason) verdict["error"] = *reason;
+    print_json(verdict);
+  } else if (reason) {
+    print(printable(file + ": ") + coloured(Colour::red, "error") + ": " + printable(*reason) +
+          '\n');
+  } else {
+    print(printable(file + ": ") + coloured(Colour::green, "valid") + '\n');
+  }
+  return reason ? failed : done;
+}
+
+int list_types(const Tool& tool) {
+  for (const std::string& type : known_event_types()) {
+    if (tool.json) {
+      print_json({{"type", type}});
+    } else {
+      print(type + '\n');
+    }
+  }
+  return done;
+}
+
+}  // namespace
+
+void add_event_commands(CLI::App& app, Tool& tool) {
+  CLI::App& group = add_group(app, "event", "Queue and judge events");
+
+  const auto arguments = std::make_shared<SendArguments>();
+  CLI::App& send_command = add_command(
+      tool, group, "send", "Queue one event and print its id; an id that is queued already stays",
+      [&tool, arguments] { return send(tool, *arguments); });
+  send_command.add_option("TYPE", arguments->type, "One of the types of `event types`")
+      ->type_name("")
+      ->required();
+  send_command.add_option("--level", arguments->level, "info (the default), warning or critical");
+  send_command.add_option("--id", arguments->id, "The event's id, by default a new one");
+  auto* data = send_command.add_option("--data", arguments->data, "The data of the event")
+                   ->type_name("JSON");
+  send_command
+      .add_option("--data-file", arguments->data_file, "The same from a file, or - for stdin")
+      ->type_name("FILE")
+      ->excludes(data);
+
+  const auto file = std::make_shared<std::string>();
+  CLI::App& check_command =
+      add_command(tool, group, "check", "Judge an event as queue and append command do",
+                  [&tool, file] { return check(tool, *file); });
+  check_command.add_option("FILE", *file, "The file with the event, or - for stdin")
+      ->type_name("")
+      ->required();
+
+  add_command(tool, group, "types", "List the types that an event may have",
+              [&tool] { return list_types(tool); });
+}
+
+}  // namespace zunol_monitoring::ctl

@@ -1,0 +1,38 @@
+// What the tool says: results on standard output, for people or as JSON, and errors as one line on
+// standard error.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <string_view>
+
+namespace zunol_monitoring::ctl {
+
+/// Makes 0, 1 and 2 open descriptors. One that the caller closed would else become that of the next
+/// file opened, such as the database, and what the tool prints would land in it. Reading and
+/// writing it fails, as it would while closed.
+void claim_standard_descriptors();
+
+/// Writes the text to standard output. Failures come to light in finish_output.
+void print(std::string_view text);
+/// Writes the value on one line. Text that is no UTF-8 has its wrong bytes replaced.
+void print_json(const nlohmann::json& value);
+/// Raises std::runtime_error with "cannot write standard output: " and the reason when anything
+/// printed so far has not been written.
+void finish_output();
+
+/// Writes "zunol-monitoring-ctl: " and the message to standard error as exactly one line.
+void print_error(std::string_view message);
+
+/// The text with a blank for each control character, so that it stays on its line and cannot
+/// command the terminal.
+std::string printable(std::string_view text);
+
+enum class Colour { red, yellow, green, grey };
+/// The text in this colour where standard output is a terminal and NO_COLOR is not set.
+std::string coloured(Colour colour, const std::string& text);
+
+/// Columns of the terminal that standard output is, or 0 where it is none.
+int terminal_width();
+
+}  // namespace zunol_monitoring::ctl

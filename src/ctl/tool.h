@@ -1,0 +1,38 @@
+// The frame of zunol-monitoring-ctl: the options that all commands share, and how a group of
+// commands joins it.
+//
+// A group is one source file with one function, which adds its commands to the command line. A
+// command returns its exit status, and an exception that leaves it becomes one line on standard
+// error and status 1.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace zunol_monitoring::ctl {
+
+// The exit status of every command.
+inline constexpr int done = 0;
+inline constexpr int failed = 1;  ///< the answer is no, or the work failed
+inline constexpr int wrong_usage = 2;
+
+struct Tool {
+  std::filesystem::path config;  ///< --config; by default the file that the append command reads
+  bool json = false;             ///< --json
+  std::function<int()> chosen;   ///< the command that the command line names
+};
+
+/// Adds the group `name`, of which the user has to name a command.
+CLI::App& add_group(CLI::App& app, const std::string& name, const std::string& description);
+
+/// Adds a command, which `run` executes once the whole command line is read.
+CLI::App& add_command(Tool& tool, CLI::App& group, const std::string& name,
+                      const std::string& description, std::function<int()> run);
+
+// The groups. Each remembers the tool, which must outlive the command line.
+void add_config_commands(CLI::App& app, Tool& tool);
+void add_event_commands(CLI::App& app, Tool& tool);
+
+}  // namespace zunol_monitoring::ctl
