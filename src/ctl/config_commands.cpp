@@ -299,8 +299,9 @@ void add_config_commands(CLI::App& app, Tool& tool) {
   default_command.add_flag("--force", default_arguments->force, "Replace a file that exists");
 
   add_command(tool, group, "schema",
-              "Print a JSON Schema (draft 2020-12) of the configuration file, for editors", [] {
-                print(config_schema().dump(2) + '\n');
+              "Print a JSON Schema (draft 2020-12) of the configuration file, for editors",
+              [&tool] {
+                print(config_schema().dump(tool.json ? -1 : 2) + '\n');
                 return done;
               });
   add_command(tool, group, "reference", "Print the reference of all keys as Markdown", [] {

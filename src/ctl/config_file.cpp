@@ -3,8 +3,10 @@
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <numeric>
 #include <stdexcept>
+#include <utility>
 
 #include "config/duration.h"
 
@@ -41,6 +43,15 @@ std::string nearest_key(const std::string& name, const std::vector<ConfigKey>& k
     }
   }
   return nearest;
+}
+
+bool is_utf8(const std::string& text) {
+  try {
+    (void)nlohmann::json(text).dump();
+    return true;
+  } catch (const nlohmann::json::type_error&) {
+    return false;
+  }
 }
 
 bool is_no_duration(const std::string& text) {
@@ -127,7 +138,9 @@ class Examiner {
   void text(const ConfigKey& key, const YAML::Node& node, const Source& at) {
     if (node.IsNull()) return warn(at, "has no value and reads as the text \"null\"");
     const std::string& text = node.Scalar();
-    if (!text.empty() && text.find_first_not_of(" \t\r\n") == std::string::npos) {
+    if (!is_utf8(text)) {
+      warn(at, "is no UTF-8, as which events and listings would hold it");
+    } else if (!text.empty() && text.find_first_not_of(" \t\r\n") == std::string::npos) {
       warn(at, "is blank, but not empty");
     } else if (key.kind == KeyKind::duration && is_no_duration(text)) {
       warn(at, "is no duration, such as 90, 30s, 5m, 6h or 7d");

@@ -33,8 +33,8 @@ struct ConfigFile {
 /// What a file that load_config takes says of these keys (key_catalogue). Warned of are: keys that
 /// are unknown, with the nearest known one of their block; keys that stand twice; keys without
 /// effect, as another key for the field beats them; blocks and lists of another form; texts without
-/// a value, which read as "null"; blank texts; durations that are none; and documents behind the
-/// first. Raises the YAML library's errors.
+/// a value, which read as "null"; texts that are blank or no UTF-8; durations that are none; and
+/// documents behind the first. Raises the YAML library's errors.
 ConfigFile examine_config_file(const std::filesystem::path& path,
                                const std::vector<ConfigKey>& keys);
 

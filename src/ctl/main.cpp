@@ -68,7 +68,8 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   using namespace zunol_monitoring::ctl;
   claim_standard_descriptors();
-  std::signal(SIGCHLD, SIG_DFL);  // ignored, it would hide the status of commands
+  std::signal(SIGCHLD, SIG_DFL);     // ignored, it would hide the status of commands
+  std::signal(SIGXFSZ, [](int) {});  // a limit on the size of files is to be an error of a write
   try {
     return run(argc, argv);
   } catch (const std::exception& error) {
