@@ -141,7 +141,7 @@ class Reference {
 
   /// A message begins with its section, or has a gate in it.
   std::string section_of(const KeyRule& rule) const {
-    const std::string first = rule.message.substr(0, rule.message.find_first_of(". "));
+    std::string first = rule.message.substr(0, rule.message.find_first_of(". "));
     for (const ConfigKey& key : keys_) {
       if (key.name == first) return first;
     }
