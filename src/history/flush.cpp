@@ -43,6 +43,14 @@ class EventFile {
 }  // namespace
 
 int QueueingVornHistoryWriter::flush() {
+  return flush([](const VornSyncItem& row, const std::string* failure) {
+    if (failure == nullptr) return;
+    log_message(LogLevel::Warn,
+                "vorn event flush failed event_id=" + row.event_id + " error=" + *failure);
+  });
+}
+
+int QueueingVornHistoryWriter::flush(const Outcome& tell) {
   if (!config->vorn.enabled) return 0;
   const int limit = config->vorn.max_batch < 1 ? default_batch : config->vorn.max_batch;
   int sent = 0;
@@ -51,13 +59,14 @@ int QueueingVornHistoryWriter::flush() {
     try {
       deliver(item);
       store->mark_sync_event_sent(item.event_id);
-      ++sent;
     } catch (const std::exception& error) {
       const std::string reason = error.what();
       store->record_sync_failure(item.event_id, reason);
-      log_message(LogLevel::Warn,
-                  "vorn event flush failed event_id=" + item.event_id + " error=" + reason);
+      tell(item, &reason);
+      continue;
     }
+    ++sent;
+    tell(item, nullptr);
   }
   return sent;
 }

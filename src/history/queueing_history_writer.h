@@ -2,6 +2,7 @@
 // away.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
@@ -39,6 +40,11 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
   /// or record a failure, and what log_message raises; the rows behind that one wait for the next
   /// flush.
   int flush() override;
+
+  /// What became of a row: delivered (no failure) or not, for this reason.
+  using Outcome = std::function<void(const VornSyncItem& row, const std::string* failure)>;
+  /// The same, but tells each row's outcome in place of the log line.
+  int flush(const Outcome& tell);
 
  private:
   void deliver(const VornSyncItem& item) const;

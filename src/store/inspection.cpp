@@ -11,9 +11,11 @@ namespace zunol_monitoring {
 
 void SqliteStore::visit_pending_sync_rows(int limit,
                                           const std::function<void(const PendingSyncRow&)>& take) {
+  // Which rows they are stands in the index; only those are read.
   Statement rows(db,
                  "SELECT event_id, created_at, attempt_count, next_attempt_at, last_error FROM "
-                 "vorn_sync_queue WHERE status='pending' ORDER BY created_at ASC LIMIT ?");
+                 "vorn_sync_queue WHERE rowid IN (SELECT rowid FROM vorn_sync_queue WHERE "
+                 "status='pending' ORDER BY created_at LIMIT ?) ORDER BY created_at");
   rows.bind(limit);
   while (rows.next_or_raise()) {
     take({.event_id = rows.text(0),

@@ -140,6 +140,8 @@ class SqliteStore {
   void mark_sync_event_sent(const std::string& event_id);
   /// Counts a failed attempt and schedules the next one. No row is no error.
   void record_sync_failure(const std::string& event_id, const std::string& error);
+  /// Ends the waiting of every pending row for its next attempt.
+  void make_sync_events_due();
 
   // For people who look (store/inspection.h). Unlike the listings, these raise when a read fails.
 

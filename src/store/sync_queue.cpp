@@ -70,4 +70,8 @@ void SqliteStore::record_sync_failure(const std::string& event_id, const std::st
       .run();
 }
 
+void SqliteStore::make_sync_events_due() {
+  exec("UPDATE vorn_sync_queue SET next_attempt_at='' WHERE status='pending'");
+}
+
 }  // namespace zunol_monitoring
