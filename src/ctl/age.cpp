@@ -1,6 +1,7 @@
 #include "ctl/age.h"
 
 #include <ctime>
+#include <nlohmann/json.hpp>
 
 namespace zunol_monitoring::ctl {
 
@@ -15,7 +16,8 @@ std::string span_text(std::int64_t seconds) {
   if (seconds < 0) return '-' + span_text(-seconds);
   const auto two = [](std::int64_t first, const char* unit, std::int64_t second,
                       const char* smaller) {
-    return std::to_string(first) + unit + ' ' + std::to_string(second) + smaller;
+    const std::string text = std::to_string(first) + unit;
+    return second == 0 ? text : text + ' ' + std::to_string(second) + smaller;
   };
   constexpr std::int64_t minute = 60;
   constexpr std::int64_t hour = 60 * minute;
@@ -24,6 +26,22 @@ std::string span_text(std::int64_t seconds) {
   if (seconds < hour) return two(seconds / minute, "m", seconds % minute, "s");
   if (seconds < day) return two(seconds / hour, "h", seconds % hour / minute, "m");
   return two(seconds / day, "d", seconds % day / hour, "h");
+}
+
+std::optional<std::int64_t> age_of(const std::string& timestamp) {
+  const std::int64_t at = seconds_of_timestamp(timestamp, -1);
+  if (at == -1) return std::nullopt;
+  return std::time(nullptr) - at;
+}
+
+std::string age_text(const std::string& timestamp) {
+  const auto age = age_of(timestamp);
+  return age ? span_text(*age) : "?";
+}
+
+nlohmann::json age_json(const std::string& timestamp) {
+  const auto age = age_of(timestamp);
+  return age ? nlohmann::json(*age) : nlohmann::json(nullptr);
 }
 
 }  // namespace zunol_monitoring::ctl

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 
 namespace zunol_monitoring::ctl {
@@ -10,8 +12,15 @@ namespace zunol_monitoring::ctl {
 /// text.
 std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t otherwise);
 
-/// The two largest units of a span: "0s", "59s", "5m 10s", "3h 0m", "12d 4h". A negative span has a
+/// The two largest units of a span: "0s", "59s", "5m 10s", "3h", "12d 4h". A negative span has a
 /// "-" in front.
 std::string span_text(std::int64_t seconds);
+
+/// How many seconds ago a time in the form of utc_timestamp_iso() was; nothing for any other text.
+std::optional<std::int64_t> age_of(const std::string& timestamp);
+/// The same for people, "?" where the text is no time.
+std::string age_text(const std::string& timestamp);
+/// The same for programs, null where the text is no time.
+nlohmann::json age_json(const std::string& timestamp);
 
 }  // namespace zunol_monitoring::ctl

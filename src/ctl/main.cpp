@@ -42,6 +42,9 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   add_config_commands(app, tool);
   add_event_commands(app, tool);
+  add_queue_commands(app, tool);
+  add_store_commands(app, tool);
+  add_record_commands(app, tool);
 
   try {
     app.parse(argc, argv);

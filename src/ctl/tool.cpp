@@ -1,6 +1,7 @@
 #include "ctl/tool.h"
 
 #include <CLI/CLI.hpp>
+#include <limits>
 
 namespace zunol_monitoring::ctl {
 
@@ -17,6 +18,13 @@ CLI::App& add_command(Tool& tool, CLI::App& group, const std::string& name,
   command->fallthrough();
   command->callback([&tool, run = std::move(run)] { tool.chosen = run; });
   return *command;
+}
+
+void add_limit(CLI::App& command, int& limit) {
+  command.add_option("--limit", limit, "At most so many rows")
+      ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+      ->type_name("ROWS")
+      ->capture_default_str();
 }
 
 }  // namespace zunol_monitoring::ctl

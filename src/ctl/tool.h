@@ -31,8 +31,14 @@ CLI::App& add_group(CLI::App& app, const std::string& name, const std::string& d
 CLI::App& add_command(Tool& tool, CLI::App& group, const std::string& name,
                       const std::string& description, std::function<int()> run);
 
+/// Adds --limit, a number of rows from 1 on; `limit` holds its default.
+void add_limit(CLI::App& command, int& limit);
+
 // The groups. Each remembers the tool, which must outlive the command line.
 void add_config_commands(CLI::App& app, Tool& tool);
 void add_event_commands(CLI::App& app, Tool& tool);
+void add_queue_commands(CLI::App& app, Tool& tool);
+void add_store_commands(CLI::App& app, Tool& tool);
+void add_record_commands(CLI::App& app, Tool& tool);
 
 }  // namespace zunol_monitoring::ctl

@@ -115,9 +115,8 @@ TEST(Age, NamesTheTwoLargestUnits) {
   const struct {
     std::int64_t seconds;
     const char* text;
-  } rows[] = {{0, "0s"},         {59, "59s"},      {60, "1m 0s"},
-              {3599, "59m 59s"}, {3600, "1h 0m"},  {86399, "23h 59m"},
-              {86400, "1d 0h"},  {-90, "-1m 30s"}, {8640000, "100d 0h"}};
+  } rows[] = {{0, "0s"},          {59, "59s"},   {60, "1m"},       {3599, "59m 59s"}, {3600, "1h"},
+              {86399, "23h 59m"}, {86400, "1d"}, {-90, "-1m 30s"}, {8640000, "100d"}};
   for (const auto& row : rows) EXPECT_EQ(span_text(row.seconds), row.text);
   EXPECT_EQ(seconds_of_timestamp("1970-01-02T00:00:01Z", -1), 86401);
   for (const char* wrong : {"", "1970-01-02", "1970-01-02T00:00:01Zx", "19700102T000001Z"}) {

@@ -1,0 +1,222 @@
+// zunol-monitoring-ctl queue: the events that wait for their delivery.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "base/clock.h"
+#include "config/load.h"
+#include "ctl/age.h"
+#include "ctl/open_store.h"
+#include "ctl/output.h"
+#include "ctl/table.h"
+#include "ctl/tool.h"
+#include "history/queueing_history_writer.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+using nlohmann::json;
+
+/// A longer table is printed in pieces of so many rows, each below its heads, so that a long queue
+/// costs no memory.
+constexpr int rows_of_a_piece = 1000;
+
+/// "due", or when the next attempt comes.
+std::string next_attempt_text(const PendingSyncRow& row, const std::string& now) {
+  if (row.next_attempt_at <= now) return "due";
+  return "in " + span_text(-age_of(row.next_attempt_at).value_or(0));
+}
+
+json row_json(const PendingSyncRow& row, const std::string& now) {
+  return {{"event_id", row.event_id},
+          {"created_at", row.created_at},
+          {"age_sec", age_json(row.created_at)},
+          {"attempt_count", row.attempt_count},
+          {"next_attempt_at", row.next_attempt_at},
+          {"due", row.next_attempt_at <= now},
+          {"last_error", row.last_error}};
+}
+
+int list(const Tool& tool, int limit) {
+  SqliteStore store;
+  open_to_look(store, load_config(tool.config));
+  const std::string now = utc_timestamp_iso();
+  const std::vector<std::string> heads = {"EVENT", "AGE", "ATTEMPTS", "NEXT", "LAST ERROR"};
+  Table table(heads);
+  std::int64_t shown = 0;
+  store.visit_pending_sync_rows(limit, [&](const PendingSyncRow& row) {
+    ++shown;
+    if (tool.json) return print_json(row_json(row, now));
+    table.add({row.event_id, age_text(row.created_at), std::to_string(row.attempt_count),
+               next_attempt_text(row, now), row.last_error});
+    if (shown % rows_of_a_piece != 0) return;
+    print(table.text(terminal_width()));
+    table = Table(heads);
+  });
+  if (tool.json) return done;
+  if (shown == 0 || shown % rows_of_a_piece != 0) print(table.text(terminal_width()));
+  if (shown == limit) {
+    const std::int64_t pending = store.sync_queue_stats().pending;
+    if (pending > shown) {
+      print(std::to_string(shown) + " of " + std::to_string(pending) +
+            " rows; --limit shows more\n");
+    }
+  }
+  return done;
+}
+
+json moment_json(const std::string& at) {
+  if (at.empty()) return nullptr;
+  return {{"created_at", at}, {"age_sec", age_json(at)}};
+}
+
+std::string moment_text(const std::string& at) {
+  return at.empty() ? "none" : at + " (" + age_text(at) + " ago)";
+}
+
+/// The class of age `index` of SyncQueueStats::by_age.
+std::string age_class_text(std::size_t index) {
+  if (index == sync_age_bounds_sec.size()) return "older";
+  return "below " + span_text(sync_age_bounds_sec[index]);
+}
+
+void print_stats(const SyncQueueStats& stats) {
+  Table figures({"QUEUE", ""});
+  figures.add({"pending", std::to_string(stats.pending)});
+  figures.add({"due", std::to_string(stats.due)});
+  figures.add({"oldest pending", moment_text(stats.oldest_pending_at)});
+  figures.add({"oldest due", moment_text(stats.oldest_due_at)});
+  figures.add({"failed " + std::to_string(many_sync_failures) + " times or more",
+               std::to_string(stats.failed_often)});
+  Table ages({"AGE", "EVENTS", ""});
+  constexpr std::int64_t widest_bar = 40;
+  for (std::size_t i = 0; i < stats.by_age.size(); ++i) {
+    const std::int64_t count = stats.by_age[i];
+    const std::int64_t bar =
+        count == 0 ? 0 : std::max<std::int64_t>(1, count * widest_bar / stats.pending);
+    ages.add({age_class_text(i), std::to_string(count),
+              std::string(static_cast<std::size_t>(bar), '#')});
+  }
+  print(figures.text(terminal_width()) + '\n' + ages.text(terminal_width()));
+}
+
+json stats_json(const SyncQueueStats& stats) {
+  json ages = json::array();
+  for (std::size_t i = 0; i < stats.by_age.size(); ++i) {
+    const bool bounded = i < sync_age_bounds_sec.size();
+    ages.push_back({{"below_sec", bounded ? json(sync_age_bounds_sec[i]) : json(nullptr)},
+                    {"count", stats.by_age[i]}});
+  }
+  return {{"pending", stats.pending},
+          {"due", stats.due},
+          {"oldest_pending", moment_json(stats.oldest_pending_at)},
+          {"oldest_due", moment_json(stats.oldest_due_at)},
+          {"failed_often", stats.failed_often},
+          {"by_age", ages}};
+}
+
+int show_stats(const Tool& tool) {
+  SqliteStore store;
+  open_to_look(store, load_config(tool.config));
+  const SyncQueueStats stats = store.sync_queue_stats();
+  if (tool.json) {
+    print_json(stats_json(stats));
+  } else {
+    print_stats(stats);
+  }
+  return done;
+}
+
+/// A line on standard error that grows with the work, where that is a terminal.
+class ProgressBar {
+ public:
+  explicit ProgressBar(std::int64_t total) : total_(total) {}
+  ~ProgressBar() { clear(); }
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  void show(std::int64_t finished) const {
+    if (!visible_ || total_ == 0) return;
+    constexpr std::int64_t width = 30;
+    const auto full = static_cast<std::size_t>(std::min(finished, total_) * width / total_);
+    std::fprintf(stderr, "\r[%s%s] %lld of %lld", std::string(full, '#').c_str(),
+                 std::string(width - full, ' ').c_str(), static_cast<long long>(finished),
+                 static_cast<long long>(total_));
+  }
+  /// Makes room for another line.
+  void clear() const {
+    if (visible_) std::fputs("\r\x1b[K", stderr);
+  }
+
+ private:
+  std::int64_t total_;
+  bool visible_ = isatty(STDERR_FILENO) == 1;
+};
+
+/// Each due row once: one that fails may be due again before the last one had its turn.
+int flush(const Tool& tool, bool all) {
+  const Config config = load_config(tool.config);
+  if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is delivered");
+  if (config.vorn.queue_only) {
+    throw std::runtime_error("vorn.queue_only=true: nothing is delivered");
+  }
+  SqliteStore store;
+  open_to_change(store, config);
+  if (all) store.make_sync_events_due();
+  const std::int64_t due = store.sync_queue_stats().due;
+
+  QueueingVornHistoryWriter writer(config, store);
+  const ProgressBar progress(due);
+  std::int64_t delivered = 0;
+  std::int64_t failures = 0;
+  const auto tell = [&](const VornSyncItem& row, const std::string* failure) {
+    ++(failure == nullptr ? delivered : failures);
+    if (failure != nullptr && tool.json) {
+      print_json({{"event_id", row.event_id}, {"error", *failure}});
+    } else if (failure != nullptr) {
+      progress.clear();
+      print(coloured(Colour::red, "failed") + ' ' + printable(row.event_id + ": " + *failure) +
+            '\n');
+      finish_output();
+    }
+    progress.show(delivered + failures);
+  };
+  while (delivered + failures < due) {
+    const std::int64_t before = delivered + failures;
+    writer.flush(tell);
+    if (delivered + failures == before) break;  // another process was faster
+  }
+  progress.clear();
+  if (tool.json) {
+    print_json({{"delivered", delivered}, {"failed", failures}});
+  } else {
+    print(std::to_string(delivered) + " delivered, " + std::to_string(failures) + " failed\n");
+  }
+  return failures == 0 ? done : failed;
+}
+
+}  // namespace
+
+void add_queue_commands(CLI::App& app, Tool& tool) {
+  CLI::App& group = add_group(app, "queue", "Events that wait for their delivery");
+
+  const auto limit = std::make_shared<int>(50);
+  CLI::App& list_command = add_command(tool, group, "list", "List the pending events, oldest first",
+                                       [&tool, limit] { return list(tool, *limit); });
+  add_limit(list_command, *limit);
+
+  add_command(tool, group, "stats", "Count the pending events, with their ages and failures",
+              [&tool] { return show_stats(tool); });
+
+  const auto all = std::make_shared<bool>(false);
+  CLI::App& flush_command =
+      add_command(tool, group, "flush", "Deliver the due events now; 1 when any of them fails",
+                  [&tool, all] { return flush(tool, *all); });
+  flush_command.add_flag("--all", *all, "Also those that wait for their next attempt");
+}
+
+}  // namespace zunol_monitoring::ctl

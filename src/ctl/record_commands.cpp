@@ -1,0 +1,166 @@
+// zunol-monitoring-ctl incidents, journal and results: what the agent has recorded, newest first.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "config/load.h"
+#include "ctl/age.h"
+#include "ctl/open_store.h"
+#include "ctl/output.h"
+#include "ctl/table.h"
+#include "ctl/tool.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+using nlohmann::json;
+
+struct Filters {
+  int limit = 50;
+  bool open = false;       ///< incidents
+  std::string level;       ///< incidents
+  std::string category;    ///< journal
+  std::string check_type;  ///< results
+};
+
+bool is_open(const Incident& incident) {
+  return incident.status != IncidentStatus::Resolved &&
+         incident.status != IncidentStatus::AutoResolved;
+}
+
+json to_json(const Incident& i) {
+  return {{"id", i.id},
+          {"fingerprint", i.fingerprint},
+          {"check_type", i.check_type},
+          {"check_name", i.check_name},
+          {"target", i.target},
+          {"level", severity_name(i.level)},
+          {"status", incident_status_name(i.status)},
+          {"title", i.title},
+          {"message", i.message},
+          {"current_value", i.current_value},
+          {"first_seen_at", i.first_seen_at},
+          {"last_seen_at", i.last_seen_at},
+          {"resolved_at", i.resolved_at},
+          {"repeat_count", i.repeat_count}};
+}
+
+json to_json(const JournalEntry& e) {
+  return {{"id", e.id},
+          {"category", e.category},
+          {"action", e.action},
+          {"status", e.status},
+          {"message", e.message},
+          {"details", e.details},
+          {"created_at", e.created_at}};
+}
+
+json to_json(const CheckResult& r) {
+  return {{"check_type", r.check_type},
+          {"check_name", r.check_name},
+          {"target", r.target},
+          {"state", check_status_name(r.state)},
+          {"level", severity_name(r.level)},
+          {"message", r.message},
+          {"value", r.value},
+          {"labels", r.labels},
+          {"created_at", r.created_at}};
+}
+
+std::string number_text(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", value);
+  return text;
+}
+
+/// Prints the records as JSON, one a line, or as a table of the cells that `cells_of` makes of
+/// each.
+template <class Record, class CellsOf>
+int print_records(const Tool& tool, const std::vector<Record>& records,
+                  std::vector<std::string> heads, CellsOf cells_of) {
+  Table table(std::move(heads));
+  for (const Record& record : records) {
+    if (tool.json) {
+      print_json(to_json(record));
+    } else {
+      table.add(cells_of(record));
+    }
+  }
+  if (!tool.json) print(table.text(terminal_width()));
+  return done;
+}
+
+int list_incidents(const Tool& tool, const Filters& filters) {
+  SqliteStore store;
+  open_to_look(store, load_config(tool.config));
+  std::vector<Incident> incidents = store.list_incidents(-1);
+  std::erase_if(incidents, [&](const Incident& incident) {
+    return (filters.open && !is_open(incident)) ||
+           (!filters.level.empty() && filters.level != severity_name(incident.level));
+  });
+  if (incidents.size() > static_cast<std::size_t>(filters.limit)) {
+    incidents.resize(static_cast<std::size_t>(filters.limit));
+  }
+  return print_records(tool, incidents,
+                       {"LEVEL", "STATUS", "SEEN", "FIRST", "TIMES", "TARGET", "TITLE", "ID"},
+                       [](const Incident& i) -> std::vector<std::string> {
+                         return {severity_name(i.level),
+                                 incident_status_name(i.status),
+                                 age_text(i.last_seen_at),
+                                 age_text(i.first_seen_at),
+                                 std::to_string(i.repeat_count),
+                                 i.target,
+                                 i.title,
+                                 i.id};
+                       });
+}
+
+int list_journal(const Tool& tool, const Filters& filters) {
+  SqliteStore store;
+  open_to_look(store, load_config(tool.config));
+  return print_records(
+      tool, store.list_journal(filters.limit, filters.category),
+      {"TIME", "AGE", "CATEGORY", "ACTION", "STATUS", "MESSAGE"},
+      [](const JournalEntry& e) -> std::vector<std::string> {
+        return {e.created_at, age_text(e.created_at), e.category, e.action, e.status, e.message};
+      });
+}
+
+int list_results(const Tool& tool, const Filters& filters) {
+  SqliteStore store;
+  open_to_look(store, load_config(tool.config));
+  return print_records(
+      tool, store.list_check_results(filters.limit, filters.check_type),
+      {"TIME", "AGE", "TYPE", "NAME", "TARGET", "STATE", "LEVEL", "VALUE", "MESSAGE"},
+      [](const CheckResult& r) -> std::vector<std::string> {
+        return {
+            r.created_at, age_text(r.created_at),     r.check_type,           r.check_name,
+            r.target,     check_status_name(r.state), severity_name(r.level), number_text(r.value),
+            r.message};
+      });
+}
+
+}  // namespace
+
+void add_record_commands(CLI::App& app, Tool& tool) {
+  const auto filters = std::make_shared<Filters>();
+  const auto add = [&](const char* name, const char* description, auto run) -> CLI::App& {
+    CLI::App& command = add_command(tool, app, name, description,
+                                    [&tool, filters, run] { return run(tool, *filters); });
+    add_limit(command, filters->limit);
+    return command;
+  };
+  CLI::App& incidents = add("incidents", "List incidents, those seen last first", list_incidents);
+  incidents.add_flag("--open", filters->open, "Only those that are not resolved");
+  incidents.add_option("--level", filters->level, "Only those of this level")
+      ->check(CLI::IsMember({"info", "warning", "critical"}))
+      ->type_name("LEVEL");
+  add("journal", "List what the agent did, newest first; at most 1000 entries", list_journal)
+      .add_option("--category", filters->category, "Only entries of this category")
+      ->type_name("NAME");
+  add("results", "List results of checks, newest first", list_results)
+      .add_option("--type", filters->check_type, "Only results of checks of this type")
+      ->type_name("TYPE");
+}
+
+}  // namespace zunol_monitoring::ctl

@@ -1,0 +1,89 @@
+// zunol-monitoring-ctl store: how full the store is, and its maintenance.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "config/load.h"
+#include "ctl/open_store.h"
+#include "ctl/output.h"
+#include "ctl/table.h"
+#include "ctl/tool.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+using nlohmann::json;
+
+/// "512 B", "10.0 MiB".
+std::string bytes_text(std::uint64_t bytes) {
+  const char* const units[] = {"KiB", "MiB", "GiB"};
+  if (bytes < 1024) return std::to_string(bytes) + " B";
+  double value = static_cast<double>(bytes) / 1024;
+  std::size_t unit = 0;
+  for (; value >= 1024 && unit + 1 < std::size(units); ++unit) value /= 1024;
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f %s", value, units[unit]);
+  return text;
+}
+
+std::string size_text(std::uint64_t bytes, std::uint64_t limit) {
+  if (limit == 0) return bytes_text(bytes) + ", without a limit";
+  const std::string text = bytes_text(bytes) + " of " + bytes_text(limit);
+  return bytes > limit ? text + ", " + coloured(Colour::yellow, "over the limit") : text;
+}
+
+int show_status(const Tool& tool) {
+  const Config config = load_config(tool.config);
+  SqliteStore store;
+  open_to_look(store, config);
+  const std::uint64_t bytes = store.local_size_bytes();
+  const std::uint64_t limit = config.storage.max_local_bytes;
+  const auto tables = store.count_table_rows();
+  const int open_incidents = store.count_open_incidents();
+  if (tool.json) {
+    json rows = json::object();
+    for (const TableRows& table : tables) rows[table.table] = table.rows;
+    print_json({{"path", config.storage.local_db.string()},
+                {"size_bytes", bytes},
+                {"max_bytes", limit},
+                {"open_incidents", open_incidents},
+                {"rows", rows}});
+    return done;
+  }
+  print("store           " + printable(config.storage.local_db.string()) + "\nsize            " +
+        size_text(bytes, limit) + "\nopen incidents  " + std::to_string(open_incidents) + "\n\n");
+  Table table({"TABLE", "ROWS"});
+  for (const TableRows& each : tables) table.add({each.table, std::to_string(each.rows)});
+  print(table.text(terminal_width()));
+  return done;
+}
+
+int maintain(const Tool& tool) {
+  const Config config = load_config(tool.config);
+  SqliteStore store;
+  open_to_change(store, config);
+  const std::uint64_t limit = config.storage.max_local_bytes;
+  const std::uint64_t before = store.local_size_bytes();
+  store.run_maintenance(config.storage.max_local_incidents, limit);
+  const std::uint64_t after = store.local_size_bytes();
+  if (tool.json) {
+    print_json({{"size_before_bytes", before}, {"size_bytes", after}, {"max_bytes", limit}});
+  } else {
+    print("size before  " + size_text(before, limit) + "\nsize now     " + size_text(after, limit) +
+          '\n');
+  }
+  return done;
+}
+
+}  // namespace
+
+void add_store_commands(CLI::App& app, Tool& tool) {
+  CLI::App& group = add_group(app, "store", "The local store");
+  add_command(tool, group, "status", "Tell its size, its rows and the open incidents",
+              [&tool] { return show_status(tool); });
+  add_command(tool, group, "maintain",
+              "Prune resolved incidents and, over the size limit, old rows",
+              [&tool] { return maintain(tool); });
+}
+
+}  // namespace zunol_monitoring::ctl
