@@ -22,13 +22,14 @@ std::string labels_text(const Labels& labels) {
   return labels.empty() ? no_labels : json(labels).dump();
 }
 
-/// Never fails: damaged labels must not take the rest of a listing with them.
+/// Damaged labels must not take the rest of a listing with them: they stay as far as they are good.
 Labels read_labels(const std::string& text) {
   Labels labels;
   if (text == no_labels) return labels;
   const json object = json::parse(text, nullptr, false);
-  if (!object.is_object() || nested_deeper_than(max_data_depth, object)) return labels;
+  if (!object.is_object()) return labels;
   for (const auto& [key, value] : object.get_ref<const json::object_t&>()) {
+    if (nested_deeper_than(max_data_depth, value)) break;  // beyond what can be written
     labels.emplace_hint(labels.end(), key,
                         value.is_string() ? value.get<std::string>() : value.dump());
   }

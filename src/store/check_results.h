@@ -25,7 +25,8 @@ struct CheckResult {
   std::string message;
   double value = 0;
   /// Stored as one JSON object of strings. Of what someone else stored there, a member that is no
-  /// string reads as its JSON text, and a text that is no JSON object as no labels.
+  /// string reads as its JSON text (the labels end before one that is nested deeper than
+  /// max_data_depth), and a text that is no JSON object as no labels.
   std::map<std::string, std::string> labels;
   std::string created_at;  ///< the caller's, also when the result is stored
   friend bool operator==(const CheckResult&, const CheckResult&) = default;

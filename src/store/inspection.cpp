@@ -54,7 +54,7 @@ SyncQueueStats SqliteStore::sync_queue_stats() {
   }
   Statement failed(db,
                    "SELECT count(*) FROM vorn_sync_queue WHERE status='pending' AND "
-                   "next_attempt_at>'' AND attempt_count>=?");
+                   "attempt_count>=?");
   failed.bind(many_sync_failures);
   if (failed.next_or_raise()) stats.failed_often = failed.integer64(0);
   return stats;
@@ -64,7 +64,7 @@ std::vector<TableRows> SqliteStore::count_table_rows() {
   std::vector<TableRows> counts;
   Statement tables(db,
                    "SELECT name FROM sqlite_schema WHERE type='table' AND name NOT LIKE "
-                   "'sqlite%' ORDER BY name");
+                   "'sqlite\\_%' ESCAPE '\\' ORDER BY name");
   while (tables.next_or_raise()) {
     const std::string table = tables.text(0);
     Statement rows(db, "SELECT count(*) FROM \"" + table + '"');

@@ -15,6 +15,7 @@ struct JournalEntry {
   std::string message;
   std::string details;
   std::string created_at;
+  friend bool operator==(const JournalEntry&, const JournalEntry&) = default;
 };
 
 /// The most entries that one listing of the journal returns.

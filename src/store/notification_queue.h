@@ -19,6 +19,7 @@ struct NotificationQueueItem {
   int attempt_count = 0;
   std::string last_error;  ///< of the latest failure
   std::string created_at;
+  friend bool operator==(const NotificationQueueItem&, const NotificationQueueItem&) = default;
 };
 
 }  // namespace zunol_monitoring

@@ -1,11 +1,5 @@
-// What leaves the store, and when. Resolved incidents are cut to a fixed number on every run. All
-// else is cut only when the store has outgrown its limit, in two stages, the second only when the
-// first was not enough. What is pending or open is never given up for space.
-//
-// A stage ends in a checkpoint and a VACUUM. In write-ahead mode the VACUUM leaves its result in
-// the -wal file until the next checkpoint, so that the size after stage 1 can still be above the
-// limit though the database itself is not, and stage 2 follows. Its checkpoint then empties that
-// file, and its own VACUUM fills it once more, with less.
+// What leaves the store, and when: resolved incidents beyond a fixed number on every run, all else
+// only when the store has outgrown its limit.
 #include <string>
 #include <system_error>
 

@@ -6,8 +6,8 @@
 // listing that meets one while it steps ends there and returns the rows so far, and a lookup then
 // finds nothing.
 //
-// Other connections on the same file are waited for, 10 seconds at most. One object serves one
-// thread at a time.
+// Each statement waits for other connections on the same file, 10 seconds at most. One object
+// serves one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -43,9 +43,9 @@ class SqliteStore {
   /// or "cannot open sqlite database"; the store is closed then, but stays open when only a pragma
   /// fails.
   void open(const std::filesystem::path& file);
-  /// Opens an existing database `file` for looking only: nothing is created, no pragma is set and
-  /// no column added, and operations that write raise. Raises as open does, also when there is no
-  /// such file.
+  /// Opens an existing database `file` for looking only: no pragma is set, nothing is added to it,
+  /// and operations that write raise. SQLite may leave an empty -wal and a -shm file beside it.
+  /// Raises as open does, also when there is no such file.
   void open_read_only(const std::filesystem::path& file);
   /// Closes the connection, if one is open.
   void close();
@@ -122,12 +122,18 @@ class SqliteStore {
   /// Deletes the resolved incidents but the `keep` ones seen last; none when `keep` is not
   /// positive.
   void prune_resolved_incidents(int keep);
-  /// Bytes of the database file and its -wal and -shm files together.
+  /// Bytes of the database file and its -wal and -shm files together, by the path given to open.
   std::uint64_t local_size_bytes() const;
   /// Prunes the resolved incidents and, when the store is larger than max_bytes (0: no limit), cuts
-  /// it down: stage 1 keeps the newest 10,000 results and journal entries, drops the events of
-  /// deleted incidents and what is sent or expired in the queues; if that is not enough, stage 2
-  /// keeps 1,000. Each statement commits by itself: after a failure the next run does the rest.
+  /// it down in two stages. Stage 1 keeps the newest 10,000 results and journal entries, and drops
+  /// the events of deleted incidents, notifications that are not pending and sync rows that are
+  /// sent. If that is not enough, stage 2 keeps 1,000. What is pending or open is never given up.
+  ///
+  /// A stage ends in a checkpoint and a VACUUM, whose result stands in the -wal file at first. So
+  /// the size after stage 1 counts the remaining data once more, and where that is little, the
+  /// database file even at its old size: stage 2 can follow although the data would fit. A reader
+  /// in the way makes the checkpoint wait its 10 seconds and go without it. Each statement commits
+  /// by itself: after a failure the next run does the rest.
   void run_maintenance(int keep_resolved, std::uint64_t max_bytes);
 
   // The outbox of the history writer (store/sync_queue.h).

@@ -35,10 +35,12 @@ TEST_F(CheckResults, AWholeRecordComesBack) {
   CheckResult plain = stored;
   plain.labels.clear();
   plain.state = CheckStatus::Ok;
+  plain.level = Severity::Critical;
+  plain.target = "/";
   store_.insert_check_result(plain);
   EXPECT_EQ(store_.list_check_results(10, ""), (std::vector{plain, stored}));
   EXPECT_EQ(query("SELECT state, level, labels FROM check_results"),
-            "failed|warning|{\"a\":\"\xc3\xa9\\\"\\n\",\"b\":\"2\"}\nok|warning|{}\n");
+            "failed|warning|{\"a\":\"\xc3\xa9\\\"\\n\",\"b\":\"2\"}\nok|critical|{}\n");
   EXPECT_STREQ(check_status_name(static_cast<CheckStatus>(5)), "failed");
 }
 
@@ -72,6 +74,9 @@ TEST_F(CheckResults, ListsByTimeAndWithinASecondByOrderOfWriting) {
 TEST_F(CheckResults, DamagedColumnsNeverFailAListing) {
   using Labels = std::map<std::string, std::string>;
   const std::string deep(100000, '[');
+  const auto nested = [](std::size_t levels) {
+    return std::string(levels, '[') + std::string(levels, ']');
+  };
   const struct {
     std::string labels;
     Labels read;
@@ -94,6 +99,8 @@ TEST_F(CheckResults, DamagedColumnsNeverFailAListing) {
       {"{\"a\":\"b\"", {}},
       {"{\"a\":1e999}", {}},
       {"{\"a\":\"\xff\"}", {}},
+      {"{\"a\":\"b\",\"c\":" + nested(490) + "}", {{"a", "b"}, {"c", nested(490)}}},
+      {"{\"a\":\"b\",\"c\":" + nested(501) + ",\"d\":\"e\"}", {{"a", "b"}}},
       {"{\"a\":" + deep + std::string(100000, ']') + "}", {}},
       {deep, {}},
   };
@@ -109,6 +116,11 @@ TEST_F(CheckResults, DamagedColumnsNeverFailAListing) {
     expected.labels = row.read;
     EXPECT_EQ(store_.list_check_results(1, ""), std::vector{expected}) << row.labels.substr(0, 80);
   }
+  query(
+      "DROP TABLE check_results; CREATE TABLE check_results(id INTEGER PRIMARY KEY, check_type, "
+      "check_name, target, state, level, message, value, created_at, labels); "
+      "INSERT INTO check_results(id) VALUES(1)");
+  EXPECT_EQ(store_.list_check_results(1, ""), std::vector{CheckResult()});
   query("UPDATE check_results SET state='FAILED', level='WARNING', value='no number'");
   const CheckResult odd = store_.list_check_results(1, "").at(0);
   EXPECT_EQ(odd.state, CheckStatus::Ok);

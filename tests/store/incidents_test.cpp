@@ -84,6 +84,7 @@ TEST_F(Incidents, AWholeRecordComesBack) {
 
 TEST_F(Incidents, AnOccurrenceCountsOnTheStoredValue) {
   insert("i1", IncidentStatus::Muted, "2026-01-02T00:00:00Z");
+  insert("i2", IncidentStatus::New, "2026-01-02T00:00:00Z");
   Incident seen = incident("i1", IncidentStatus::Resolved, "2026-01-05T00:00:00Z");
   seen.fingerprint = seen.first_seen_at = seen.resolved_at = "not taken";
   seen.level = Severity::Warning;
@@ -95,21 +96,27 @@ TEST_F(Incidents, AnOccurrenceCountsOnTheStoredValue) {
   expected.title = "t", expected.message = "m", expected.current_value = "v";
   expected.repeat_count = 8;
   EXPECT_EQ(store_.find_incident("i1"), expected);
+  EXPECT_EQ(store_.find_incident("i2"),
+            incident("i2", IncidentStatus::New, "2026-01-02T00:00:00Z"));
 }
 
 TEST_F(Incidents, AStatusMovesLastSeenToThePresent) {
   insert("i1", IncidentStatus::New, "2026-01-02T00:00:00Z");
+  insert("i2", IncidentStatus::New, "2026-01-02T00:00:00Z");
   const std::string before = utc_timestamp_iso();
   store_.set_incident_status("i1", IncidentStatus::Resolved, "2026-01-03T00:00:00Z");
   const Incident found = store_.find_incident("i1").value();
   EXPECT_EQ(found.status, IncidentStatus::Resolved);
   EXPECT_EQ(found.resolved_at, "2026-01-03T00:00:00Z");
   EXPECT_GE(found.last_seen_at, before);
+  EXPECT_LE(found.last_seen_at, utc_timestamp_iso());
+  EXPECT_EQ(store_.find_incident("i2"),
+            incident("i2", IncidentStatus::New, "2026-01-02T00:00:00Z"));
   store_.set_incident_status("i1", IncidentStatus::New, "");
   EXPECT_EQ(store_.find_incident("i1")->resolved_at, "");
   store_.set_incident_status("nobody", IncidentStatus::New, "");
   store_.update_incident_occurrence(incident("nobody", IncidentStatus::New, ""));
-  EXPECT_EQ(query("SELECT count(*) FROM incidents"), "1\n");
+  EXPECT_EQ(query("SELECT count(*) FROM incidents"), "2\n");
 }
 
 TEST_F(Incidents, OnlyOpenOnesAreFoundByFingerprint) {
