@@ -162,6 +162,12 @@ TEST(ConfigCheck, EndsWithItsVerdict) {
   EXPECT_EQ(verdicts[2]["loaded"], false);
 }
 
+TEST(ConfigCheck, FindsNothingInTheExample) {
+  const ProcessResult result =
+      CtlScene().run({"config", "check", "--strict", ZUNOL_SOURCE_DIR "/examples/config.yaml"});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+}
+
 TEST(ConfigShow, IsTheConfigurationInEffectWithoutCredentials) {
   CtlScene scene;
   scene.configure(
