@@ -1,5 +1,7 @@
 #include "base/clock.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <charconv>
 #include <ctime>
@@ -21,11 +23,18 @@ std::string format_utc(system_clock::time_point time, const char* format) {
 }
 
 /// The next number of the process's one generator. It is seeded with 32 bits of the system's random
-/// device: ids are to be different, not to be secret.
+/// device: ids are to be different, not to be secret. A forked process seeds it anew, or it would
+/// make the ids of its parent and siblings.
 std::uint64_t next_random() {
   static std::mutex mutex;
-  static std::mt19937_64 generator{std::random_device{"default"}()};
+  static std::random_device device{"default"};
+  static std::mt19937_64 generator{device()};
+  static pid_t owner = getpid();
   const std::lock_guard lock(mutex);
+  if (owner != getpid()) {
+    generator.seed(device());
+    owner = getpid();
+  }
   return generator();
 }
 

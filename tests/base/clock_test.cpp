@@ -1,6 +1,8 @@
 #include "base/clock.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <mutex>
 #include <set>
@@ -8,6 +10,7 @@
 #include <vector>
 
 #include "base/environment.h"
+#include "base/files.h"
 #include "tests/support.h"
 
 using namespace zunol_monitoring;
@@ -81,4 +84,17 @@ TEST(Environment, AnEmptyVariableCountsAsUnset) {
   EXPECT_EQ(env_or_default("ZUNOL_TEST_EMPTY", "fallback"), "fallback");
   EXPECT_EQ(env_or_default("ZUNOL_TEST_UNSET", "fallback"), "fallback");
   EXPECT_EQ(env_or_default("ZUNOL_TEST_SET", "fallback"), "value");
+}
+
+TEST(Clock, IdsOfAForkedProcessAreItsOwn) {
+  make_id("evt");  // the generator is in use
+  const TempDir dir;
+  const pid_t child = fork();
+  if (child == 0) {
+    write_text_file(dir / "id", make_id(""));
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+  const auto number = [](const std::string& id) { return id.substr(id.rfind('_')); };
+  EXPECT_NE(number(read_text_file(dir / "id")), number(make_id("")));
 }
