@@ -93,7 +93,7 @@ struct DiskTrendCheckConfig {
   std::string min_history = "6h";
   double warning_days_left = 14;
   double critical_days_left = 3;
-  std::vector<std::string> paths;  ///< empty: those of the block disk
+  std::vector<std::string> paths;  ///< may be empty where the block disk has paths
   friend bool operator==(const DiskTrendCheckConfig&, const DiskTrendCheckConfig&) = default;
 };
 
@@ -250,7 +250,8 @@ struct DiskHealthCheckConfig {
   friend bool operator==(const DiskHealthCheckConfig&, const DiskHealthCheckConfig&) = default;
 };
 
-/// The two lists of places are read last but rendered in their place in the record, and the two
+/// The list of places and the block io_probe are read last but rendered in their place in the
+/// record, and the two
 /// temperatures are read but never rendered. An empty list of paths is rendered as a bare key, so
 /// that it comes back as the four defaults.
 template <class Visitor>

@@ -115,7 +115,7 @@ struct ProcessItem {
   std::string name;
   std::string match;
   int min_count = 1;
-  int max_count = -1;  ///< -1: no upper bound
+  int max_count = -1;
   friend bool operator==(const ProcessItem&, const ProcessItem&) = default;
 };
 

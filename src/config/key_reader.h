@@ -4,6 +4,7 @@
 #include <yaml-cpp/yaml.h>
 
 #include <concepts>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <type_traits>

@@ -5,13 +5,6 @@
 namespace zunol_monitoring {
 namespace fs = std::filesystem;
 
-namespace {
-
-constexpr const char* secrets_file = "/etc/zunol/monitoring-agent/secrets.yaml";
-constexpr const char* secrets_directory = "/etc/zunol/monitoring-agent/secrets";
-
-}  // namespace
-
 void check_secret_file_mode(std::vector<std::string>& errors, const fs::path& path) {
   if (path.empty()) return;
   std::error_code unreadable;
@@ -23,8 +16,9 @@ void check_secret_file_mode(std::vector<std::string>& errors, const fs::path& pa
   }
 }
 
-void check_fixed_secret_files(std::vector<std::string>& errors) {
-  check_secret_file_mode(errors, secrets_file);
+void check_fixed_secret_files(std::vector<std::string>& errors, const fs::path& home) {
+  check_secret_file_mode(errors, home / "secrets.yaml");
+  const fs::path secrets_directory = home / "secrets";
   std::error_code unreadable;
   if (!fs::is_directory(secrets_directory, unreadable)) return;
   for (const fs::directory_entry& entry : fs::directory_iterator(secrets_directory, unreadable)) {

@@ -12,9 +12,13 @@ namespace zunol_monitoring {
 /// missing file and anything else that is no regular file append nothing.
 void check_secret_file_mode(std::vector<std::string>& errors, const std::filesystem::path& path);
 
-/// Does so for the fixed secret file and for each "*.secret" directly in the fixed secrets
-/// directory, both under /etc/zunol/monitoring-agent, in the order of the directory. Raises the
-/// file-system library's error when reading the directory fails midway.
-void check_fixed_secret_files(std::vector<std::string>& errors);
+/// Where the agent keeps its credentials.
+inline constexpr const char* secrets_home = "/etc/zunol/monitoring-agent";
+
+/// Does so for secrets.yaml in the directory `home`, and for each "*.secret" directly in its
+/// directory secrets, in the order of that directory. Raises the file-system library's error when
+/// reading the directory fails midway.
+void check_fixed_secret_files(std::vector<std::string>& errors,
+                              const std::filesystem::path& home = secrets_home);
 
 }  // namespace zunol_monitoring

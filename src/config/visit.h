@@ -4,7 +4,7 @@
 //   template <class Visitor>
 //   void visit_keys(Visitor& v, MaybeConst<Record> auto& record)
 //
-// that calls one verb of the visitor for each key, in the order of reading. The loader, the
+// that calls one verb of the visitor for each key, once, in the order of reading. The loader, the
 // renderer and every other walker are visitors. The verbs:
 //
 //   field(key, value)         a scalar: bool, int, 64-bit unsigned, double, text or path
