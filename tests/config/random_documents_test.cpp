@@ -33,17 +33,11 @@ class Documents {
 
  private:
   std::string mutated(std::string line) {
-    static const std::string values[] = {"",           "~",           "[]",
-                                         "{}",         "[a, [b]]",    "{a: {b: c}}",
-                                         "- x",        "&a [*a]",     "*a",
-                                         "!!binary x", "|",           ">-",
-                                         "0x7fffffff", "-1",          "99999999999999999999",
-                                         ".inf",       ".nan",        "1e400",
-                                         "'",          "\"\\u0000\"", "? x",
-                                         "yes",        "<<: *a",      "%TAG",
-                                         "---",        "...",         "\t",
-                                         "#",          "{",           "]",
-                                         "\"unclosed", "!<tag> x"};
+    static const Texts values = split(
+        R"(~;[];{};[a, [b]];{a: {b: c}};- x;&a [*a];*a;!!binary x;|;>-;0x7fffffff;-1;1e400;yes;#;{)"
+        R"(;];99999999999999999999;.inf;.nan;';"\u0000";? x;<<: *a;%TAG;---;...;"unclosed;!<tag> x)"
+        ";\t;",
+        ";");
     switch (pick(8)) {
       case 0:
         return "";
@@ -53,7 +47,7 @@ class Documents {
         return std::string(pick(12), ' ') +
                line.substr(std::min(line.find_first_not_of(' '), line.size()));
       case 3:
-        return line.substr(0, line.find(':') + 1) + ' ' + values[pick(std::size(values))];
+        return line.substr(0, line.find(':') + 1) + ' ' + values[pick(values.size())];
       default:
         return line;
     }
