@@ -87,40 +87,26 @@ TEST(SqliteLedger, RefusesToChangeOrForget) {
 }
 
 TEST(SqliteLedger, NoVariableIsEverPartOfACommand) {
-  const char* hostile[] = {"'",
-                           "''",
-                           "'); DROP TABLE ledger; --",
-                           "$(touch canary)",
-                           "`touch canary`",
-                           ".shell touch canary",
-                           "a\n.shell touch canary\nb",
-                           "-option",
-                           "%s\\n\\",
-                           "\xff\xfe",
-                           "*",
-                           "~",
-                           "!x",
-                           "trailing\n\n",
-                           "\"; touch canary; \""};
   LedgerScene scene;
   const CwdGuard cwd(scene.dir.path());
   std::size_t rows = 0;
-  for (const std::string value : hostile) {
+  for (const std::string value :
+       {"'", "''", "'); DROP TABLE ledger; --", "$(touch canary)", "`touch canary`",
+        ".shell touch canary", "a\n.shell touch canary\nb", "-option", "%s\\n\\", "\xff\xfe", "*",
+        "~", "!x", "trailing\n\n", "\"; touch canary; \""}) {
     SCOPED_TRACE(value);
     const std::string file = (scene.dir / ("e" + value)).string();
     if (value.find('/') == std::string::npos) write_text_file(file, "{}");
-    scene.environment["ZUNOL_VORN_EVENT_FILE"] = file;
-    scene.environment["ZUNOL_VORN_EVENT_ID"] = value;
-    scene.environment["ZUNOL_VORN_HISTORY_BLOCK_ID"] = value;
+    for (const char* name : {"EVENT_ID", "HISTORY_BLOCK_ID", "WALLET_FILE"}) {
+      scene.environment[std::string("ZUNOL_VORN_") + name] = value;
+    }
     scene.environment["ZUNOL_MONITORING_CONFIG"] = value;
-    scene.environment["ZUNOL_VORN_WALLET_FILE"] = value;
+    scene.environment["ZUNOL_VORN_EVENT_FILE"] = file;
     const ProcessResult run = scene.append();
     EXPECT_EQ(run.status, 0) << run.err;
-    const std::string query = "SELECT writefile('" + (scene.dir / "id").string() +
-                              "', event_id || history_block_id) FROM ledger "
-                              "WHERE sequence=" +
-                              std::to_string(++rows);
-    scene.sql(query);
+    scene.sql(
+        "SELECT writefile('" + (scene.dir / "id").string() +
+        "', event_id || history_block_id) FROM ledger WHERE sequence=" + std::to_string(++rows));
     EXPECT_EQ(read_text_file(scene.dir / "id"), value + value);
   }
   EXPECT_FALSE(std::filesystem::exists("canary"));

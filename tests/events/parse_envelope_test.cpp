@@ -32,23 +32,10 @@ TEST(ParseEnvelope, KeepsTheTopLevelAndEmptiesWhatIsBelow) {
 }
 
 TEST(ParseEnvelope, RefusesWhatTheLibraryRefusesInItsWords) {
-  const std::string texts[] = {"",
-                               " ",
-                               "{",
-                               "[1",
-                               "{}x",
-                               "{} {}",
-                               "// c\n{}",
-                               "{\"a\":1,}",
-                               "{a:1}",
-                               "{\"a\":1e999}",
-                               "{\"a\":{\"b\":1e999}}",
-                               "\"\x80\"",
-                               "{\"a\":{\"b\":\"\xc3\"}}",
-                               "{\"a\":\"\\ud800\"}",
-                               "{\"a\":{\"b\":nul}}",
-                               "\"a\nb\""};
-  for (const std::string& text : texts) {
+  for (const std::string text :
+       {"", " ", "{", "[1", "{}x", "{} {}", "// c\n{}", "{\"a\":1,}", "{a:1}", "{\"a\":1e999}",
+        "{\"a\":{\"b\":1e999}}", "\"\x80\"", "{\"a\":{\"b\":\"\xc3\"}}", "{\"a\":\"\\ud800\"}",
+        "{\"a\":{\"b\":nul}}", "\"a\nb\""}) {
     const auto expected = error_of([&] { const json value = json::parse(text); });
     ASSERT_TRUE(expected.has_value()) << text;
     EXPECT_EQ(error_of([&] { parse_envelope(text); }), expected) << text;
