@@ -2,6 +2,7 @@
 // ram, swap, load, disk and inodes are on by default.
 #pragma once
 
+#include "config/checks_endpoints_config.h"
 #include "config/checks_host_config.h"
 #include "config/checks_services_config.h"
 #include "config/visit.h"
