@@ -43,18 +43,19 @@ class EventFile {
 }  // namespace
 
 int QueueingVornHistoryWriter::flush() {
-  return flush([](const VornSyncItem& row, const std::string* failure) {
+  const auto log_failure = [](const VornSyncItem& row, const std::string* failure) {
     if (failure == nullptr) return;
     log_message(LogLevel::Warn,
                 "vorn event flush failed event_id=" + row.event_id + " error=" + *failure);
-  });
+  };
+  return flush(log_failure, utc_timestamp_iso());
 }
 
-int QueueingVornHistoryWriter::flush(const Outcome& tell) {
+int QueueingVornHistoryWriter::flush(const Outcome& tell, const std::string& due_at) {
   if (!config->vorn.enabled) return 0;
   const int limit = config->vorn.max_batch < 1 ? default_batch : config->vorn.max_batch;
   int sent = 0;
-  for (const VornSyncItem& item : store->list_sync_events(limit, false)) {
+  for (const VornSyncItem& item : store->list_sync_events_due(limit, due_at)) {
     if (config->vorn.queue_only) break;
     try {
       deliver(item);

@@ -43,8 +43,10 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
 
   /// What became of a row: delivered (no failure) or not, for this reason.
   using Outcome = std::function<void(const VornSyncItem& row, const std::string* failure)>;
-  /// The same, but tells each row's outcome in place of the log line.
-  int flush(const Outcome& tell);
+  /// The same for the rows that are due at the time `due_at`, but tells each row's outcome in place
+  /// of the log line. A row that fails is not due at that time any more. What `tell` raises ends
+  /// the flush behind that row.
+  int flush(const Outcome& tell, const std::string& due_at);
 
  private:
   void deliver(const VornSyncItem& item) const;

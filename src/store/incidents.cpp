@@ -57,6 +57,10 @@ IncidentStatus incident_status_from_name(const std::string& name) {
   return IncidentStatus::New;
 }
 
+bool is_open(IncidentStatus status) {
+  return status != IncidentStatus::Resolved && status != IncidentStatus::AutoResolved;
+}
+
 void SqliteStore::insert_incident(const Incident& incident) {
   Statement(db,
             "INSERT INTO incidents(id, fingerprint, check_type, check_name, target, level, status, "
@@ -125,6 +129,12 @@ std::vector<IncidentEvent> SqliteStore::list_incident_events(const std::string& 
                    "WHERE incident_id=? ORDER BY created_at DESC LIMIT ?")
       .bind(incident_id, limit)
       .all(read_event);
+}
+
+void SqliteStore::visit_incidents(const std::function<bool(const Incident&)>& take) {
+  Statement rows(db, select_incident + "ORDER BY last_seen_at DESC");
+  while (rows.next_or_raise() && take(read_incident(rows))) {
+  }
 }
 
 }  // namespace zunol_monitoring

@@ -29,6 +29,9 @@ const char* incident_status_name(IncidentStatus status);
 /// The status of exactly this text; New for any other.
 IncidentStatus incident_status_from_name(const std::string& name);
 
+/// Whether it is neither resolved nor auto-resolved.
+bool is_open(IncidentStatus status);
+
 /// All times are the caller's, as text.
 struct Incident {
   std::string id;

@@ -26,9 +26,14 @@ void SqliteStore::visit_pending_sync_rows(int limit,
   }
 }
 
+std::int64_t SqliteStore::count_pending_sync_rows() {
+  Statement count(db, "SELECT count(*) FROM vorn_sync_queue WHERE status='pending'");
+  return count.next_or_raise() ? count.integer64(0) : 0;
+}
+
 SyncQueueStats SqliteStore::sync_queue_stats() {
   const auto now = std::chrono::system_clock::now();
-  // Everything here stands in the index of pending rows; the rows themselves are not read.
+  // All that this one asks stands in the index of pending rows.
   Statement ages(db,
                  "SELECT count(*), min(created_at), sum(next_attempt_at<=?1), "
                  "min(iif(next_attempt_at<=?1, created_at, NULL)), sum(created_at>?2), "
@@ -52,8 +57,9 @@ SyncQueueStats SqliteStore::sync_queue_stats() {
     }
     stats.by_age.back() = stats.pending - younger;
   }
+  // The attempts do not: reading the table through is cheaper than finding each row by the index.
   Statement failed(db,
-                   "SELECT count(*) FROM vorn_sync_queue WHERE status='pending' AND "
+                   "SELECT count(*) FROM vorn_sync_queue NOT INDEXED WHERE status='pending' AND "
                    "attempt_count>=?");
   failed.bind(many_sync_failures);
   if (failed.next_or_raise()) stats.failed_often = failed.integer64(0);
@@ -63,12 +69,12 @@ SyncQueueStats SqliteStore::sync_queue_stats() {
 std::vector<TableRows> SqliteStore::count_table_rows() {
   std::vector<TableRows> counts;
   Statement tables(db,
-                   "SELECT name FROM sqlite_schema WHERE type='table' AND name NOT LIKE "
+                   "SELECT name, replace(name, '\"', '\"\"') FROM sqlite_schema WHERE type='table' "
+                   "AND name NOT LIKE "
                    "'sqlite\\_%' ESCAPE '\\' ORDER BY name");
   while (tables.next_or_raise()) {
-    const std::string table = tables.text(0);
-    Statement rows(db, "SELECT count(*) FROM \"" + table + '"');
-    counts.push_back({table, rows.next_or_raise() ? rows.integer64(0) : 0});
+    Statement rows(db, "SELECT count(*) FROM \"" + tables.text(1) + '"');
+    counts.push_back({tables.text(0), rows.next_or_raise() ? rows.integer64(0) : 0});
   }
   return counts;
 }

@@ -14,6 +14,19 @@ namespace {
 /// Milliseconds that a statement waits for other connections.
 constexpr int busy_timeout_ms = 10000;
 
+/// The file as a database that does not change.
+std::string immutable_uri(const std::filesystem::path& file) {
+  std::string uri = "file:";
+  for (const char byte : std::filesystem::absolute(file).string()) {
+    if (byte == '%' || byte == '?' || byte == '#') {
+      uri += byte == '%' ? "%25" : byte == '?' ? "%3f" : "%23";
+    } else {
+      uri += byte;
+    }
+  }
+  return uri + "?immutable=1";
+}
+
 /// Of two connections that turn a new database to write-ahead mode at once, SQLite refuses one
 /// without waiting. It waits here, as long as any statement would.
 void wait_for_write_ahead_mode(sqlite3* db) {
@@ -39,7 +52,7 @@ void SqliteStore::open(const std::filesystem::path& file) {
   close();
   path = file;
   ensure_parent_directory(path);
-  connect(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  connect(path.string(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
   wait_for_write_ahead_mode(db);
   exec("PRAGMA journal_mode=WAL");
   exec("PRAGMA busy_timeout=" + std::to_string(busy_timeout_ms));
@@ -49,11 +62,18 @@ void SqliteStore::open(const std::filesystem::path& file) {
 void SqliteStore::open_read_only(const std::filesystem::path& file) {
   close();
   path = file;
-  connect(SQLITE_OPEN_READONLY);
+  // Opened the usual way, SQLite would make the files of write-ahead mode, and they would be the
+  // looking user's.
+  const bool in_use = std::filesystem::exists(path.string() + "-wal");
+  if (in_use) {
+    connect(path.string(), SQLITE_OPEN_READONLY);
+  } else {
+    connect(immutable_uri(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+  }
 }
 
-void SqliteStore::connect(int flags) {
-  if (sqlite3_open_v2(path.c_str(), &db, flags, nullptr) != SQLITE_OK) {
+void SqliteStore::connect(const std::string& name, int flags) {
+  if (sqlite3_open_v2(name.c_str(), &db, flags, nullptr) != SQLITE_OK) {
     const std::string reason = db != nullptr ? sqlite3_errmsg(db) : "cannot open sqlite database";
     close();
     throw std::runtime_error(reason);

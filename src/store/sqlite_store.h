@@ -44,8 +44,9 @@ class SqliteStore {
   /// fails.
   void open(const std::filesystem::path& file);
   /// Opens an existing database `file` for looking only: no pragma is set, nothing is added to it,
-  /// and operations that write raise. SQLite may leave an empty -wal and a -shm file beside it.
-  /// Raises as open does, also when there is no such file.
+  /// and operations that write raise. A database that no one has open (it has no -wal file) is
+  /// taken to stay as it is meanwhile, so that nothing is left beside it either. Raises as open
+  /// does, also when there is no such file.
   void open_read_only(const std::filesystem::path& file);
   /// Closes the connection, if one is open.
   void close();
@@ -142,6 +143,8 @@ class SqliteStore {
   void enqueue_sync_event(const std::string& event_id, const std::string& payload);
   /// Pending rows, oldest first, at most `limit`: those that are due, or all of them.
   std::vector<VornSyncItem> list_sync_events(int limit, bool include_not_due);
+  /// The pending rows that are due at this time, oldest first, at most `limit`.
+  std::vector<VornSyncItem> list_sync_events_due(int limit, const std::string& at);
   /// Marks a row sent and clears its schedule and error; its attempts stay. No row is no error.
   void mark_sync_event_sent(const std::string& event_id);
   /// Counts a failed attempt and schedules the next one. No row is no error.
@@ -153,12 +156,15 @@ class SqliteStore {
 
   /// Hands the pending rows to `take`, oldest first, at most `limit` of them, one at a time.
   void visit_pending_sync_rows(int limit, const std::function<void(const PendingSyncRow&)>& take);
+  std::int64_t count_pending_sync_rows();
   SyncQueueStats sync_queue_stats();
+  /// Hands the incidents to `take`, those seen last first, one at a time, until it returns false.
+  void visit_incidents(const std::function<bool(const Incident&)>& take);
   /// Every table, in the order of their names.
   std::vector<TableRows> count_table_rows();
 
  private:
-  void connect(int flags);
+  void connect(const std::string& name, int flags);
 
   sqlite3* db = nullptr;
   std::filesystem::path path;  ///< given to the latest open

@@ -41,10 +41,14 @@ std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_
         .bind(limit)
         .all(read_item);
   }
+  return list_sync_events_due(limit, utc_timestamp_iso());
+}
+
+std::vector<VornSyncItem> SqliteStore::list_sync_events_due(int limit, const std::string& at) {
   return Statement(db, select_pending +
                            "AND (next_attempt_at='' OR next_attempt_at<=?) "
                            "ORDER BY created_at ASC LIMIT ?")
-      .bind(utc_timestamp_iso(), limit)
+      .bind(at, limit)
       .all(read_item);
 }
 

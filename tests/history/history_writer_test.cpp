@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "base/clock.h"
 #include "base/command_runner.h"
 #include "base/files.h"
 #include "base/json_depth.h"
@@ -210,6 +211,27 @@ TEST_F(HistoryWriter, AFailedRowDoesNotStopTheBatch) {
   deliver_by("true");
   make_due();
   EXPECT_EQ(writer_.flush(), 1);
+}
+
+TEST_F(HistoryWriter, AFlushForATimeTakesNoRowTwice) {
+  deliver_by("false");
+  for (const char* id : {"a", "b", "c"}) enqueue(id);
+  config_.vorn.max_batch = 2;
+  const std::string start = utc_timestamp_iso();
+  std::string told;
+  const auto tell = [&](const VornSyncItem& row, const std::string* failure) {
+    EXPECT_EQ(failure != nullptr, row.event_id != "c");
+    told += row.event_id;
+    // A minute passes: what failed is due again by now, but not at the start.
+    query("UPDATE vorn_sync_queue SET next_attempt_at='" +
+          utc_timestamp_iso(std::chrono::system_clock::now() + std::chrono::seconds(2)) +
+          "' WHERE next_attempt_at<>''");
+    if (told.size() == 2) deliver_by("true");
+  };
+  EXPECT_EQ(writer_.flush(tell, start), 0);
+  EXPECT_EQ(writer_.flush(tell, start), 1);
+  EXPECT_EQ(writer_.flush(tell, start), 0);
+  EXPECT_EQ(told, "abc");
 }
 
 TEST_F(HistoryWriter, EachFailureIsTheRowsReason) {
