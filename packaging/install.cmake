@@ -73,6 +73,7 @@ write_basic_package_version_file(
 install(FILES ${PROJECT_BINARY_DIR}/packaging/zunol_monitoring-config.cmake
               ${PROJECT_BINARY_DIR}/packaging/zunol_monitoring-config-version.cmake
         DESTINATION ${zunol_cmake_dir} ${development})
+file(RELATIVE_PATH ZUNOL_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(packaging/zunol-monitoring.pc.in ${PROJECT_BINARY_DIR}/packaging/zunol-monitoring.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/packaging/zunol-monitoring.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${development})

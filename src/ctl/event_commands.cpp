@@ -7,6 +7,7 @@
 #include "base/clock.h"
 #include "config/load.h"
 #include "ctl/input.h"
+#include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/tool.h"
 #include "events/build_event.h"
@@ -28,9 +29,13 @@ struct SendArguments {
 };
 
 json read_data(const SendArguments& arguments) {
-  if (arguments.data) return json::parse(*arguments.data);
-  if (arguments.data_file) return json::parse(read_input(*arguments.data_file));
-  return json::object();
+  if (!arguments.data && !arguments.data_file) return json::object();
+  const std::string text = arguments.data ? *arguments.data : read_input(*arguments.data_file);
+  try {
+    return json::parse(text);
+  } catch (const json::parse_error& error) {
+    throw std::runtime_error("the data is no JSON: " + std::string(error.what()));
+  }
 }
 
 /// The data with level and id in it, where build_event looks for them.
@@ -51,7 +56,8 @@ int send(const Tool& tool, const SendArguments& arguments) {
   if (const auto reason = validate_event(build_event(config, arguments.type, data))) {
     throw std::runtime_error("invalid event: " + *reason);
   }
-  SqliteStore store(config.storage.local_db);
+  SqliteStore store;
+  open_or_make(store, config);
   QueueingVornHistoryWriter(config, store).enqueue(arguments.type, data);
 
   const std::string id = data["event_id"];

@@ -71,6 +71,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   using namespace zunol_monitoring::ctl;
   claim_standard_descriptors();
+  set_character_type();
   std::signal(SIGCHLD, SIG_DFL);     // ignored, it would hide the status of commands
   std::signal(SIGXFSZ, [](int) {});  // a limit on the size of files is to be an error of a write
   try {

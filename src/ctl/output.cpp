@@ -5,8 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
+#include <cwctype>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -59,16 +62,40 @@ void print_error(std::string_view message) {
 }
 
 std::string printable(std::string_view text) {
-  std::string line(text);
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(line[i]);
-    if (byte < 0x20 || byte == 0x7f) line[i] = ' ';
-    // U+0080 to U+009F, which terminals obey as well
-    if (byte == 0xc2 && i + 1 < line.size() && static_cast<unsigned char>(line[i + 1]) < 0xa0) {
-      line.replace(i, 2, " ");
+  std::string line;
+  for_each_character(text, [&line](wchar_t character, std::string_view bytes) {
+    // U+2028 to U+202E and U+2066 to U+2069 break lines and turn their direction.
+    const bool commands = (character >= 0x2028 && character <= 0x202e) ||
+                          (character >= 0x2066 && character <= 0x2069);
+    if (character == invalid_character) {
+      line += "\xef\xbf\xbd";
+    } else if (commands || std::iswcntrl(static_cast<wint_t>(character)) != 0) {
+      line += ' ';
+    } else {
+      line += bytes;
+    }
+  });
+  return line;
+}
+
+void set_character_type() { std::setlocale(LC_CTYPE, "C.UTF-8"); }
+
+void for_each_character(std::string_view text,
+                        const std::function<void(wchar_t, std::string_view)>& take) {
+  std::mbstate_t state{};
+  while (!text.empty()) {
+    wchar_t character = 0;
+    const std::size_t size = std::mbrtowc(&character, text.data(), text.size(), &state);
+    if (size > text.size()) {  // no character, or the beginning of one
+      state = {};
+      take(invalid_character, text.substr(0, 1));
+      text.remove_prefix(1);
+    } else {
+      const std::size_t length = size == 0 ? 1 : size;
+      take(character, text.substr(0, length));
+      text.remove_prefix(length);
     }
   }
-  return line;
 }
 
 std::string coloured(Colour colour, const std::string& text) {

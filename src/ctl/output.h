@@ -2,6 +2,7 @@
 // standard error.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
@@ -24,9 +25,17 @@ void finish_output();
 /// Writes "zunol-monitoring-ctl: " and the message to standard error as exactly one line.
 void print_error(std::string_view message);
 
-/// The text with a blank for each control character, so that it stays on its line and cannot
-/// command the terminal.
+/// The text with a blank for each control character and U+FFFD for each byte that is no UTF-8, so
+/// that it stays on its line and cannot command the terminal. Needs set_character_type.
 std::string printable(std::string_view text);
+
+/// Makes the C library's functions on characters read UTF-8, whatever the user's locale is.
+void set_character_type();
+inline constexpr wchar_t invalid_character = 0xfffd;
+/// Calls take(character, its bytes) for each character of the UTF-8 text, with invalid_character
+/// for a byte that belongs to none.
+void for_each_character(std::string_view text,
+                        const std::function<void(wchar_t, std::string_view)>& take);
 
 enum class Colour { red, yellow, green, grey };
 /// The text in this colour where standard output is a terminal and NO_COLOR is not set.

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <cstdio>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -28,7 +29,8 @@ constexpr int rows_of_a_piece = 1000;
 /// "due", or when the next attempt comes.
 std::string next_attempt_text(const PendingSyncRow& row, const std::string& now) {
   if (row.next_attempt_at <= now) return "due";
-  return "in " + span_text(-age_of(row.next_attempt_at).value_or(0));
+  const auto age = age_of(row.next_attempt_at);
+  return age ? "in " + span_text(-*age) : "?";
 }
 
 json row_json(const PendingSyncRow& row, const std::string& now) {
@@ -60,7 +62,7 @@ int list(const Tool& tool, int limit) {
   if (tool.json) return done;
   if (shown == 0 || shown % rows_of_a_piece != 0) print(table.text(terminal_width()));
   if (shown == limit) {
-    const std::int64_t pending = store.sync_queue_stats().pending;
+    const std::int64_t pending = store.count_pending_sync_rows();
     if (pending > shown) {
       print(std::to_string(shown) + " of " + std::to_string(pending) +
             " rows; --limit shows more\n");
@@ -74,8 +76,9 @@ json moment_json(const std::string& at) {
   return {{"created_at", at}, {"age_sec", age_json(at)}};
 }
 
-std::string moment_text(const std::string& at) {
-  return at.empty() ? "none" : at + " (" + age_text(at) + " ago)";
+std::string moment_text(std::int64_t events, const std::string& at) {
+  if (events == 0) return "none";
+  return at.empty() ? "?" : at + " (" + age_text(at) + " ago)";
 }
 
 /// The class of age `index` of SyncQueueStats::by_age.
@@ -88,8 +91,8 @@ void print_stats(const SyncQueueStats& stats) {
   Table figures({"QUEUE", ""});
   figures.add({"pending", std::to_string(stats.pending)});
   figures.add({"due", std::to_string(stats.due)});
-  figures.add({"oldest pending", moment_text(stats.oldest_pending_at)});
-  figures.add({"oldest due", moment_text(stats.oldest_due_at)});
+  figures.add({"oldest pending", moment_text(stats.pending, stats.oldest_pending_at)});
+  figures.add({"oldest due", moment_text(stats.due, stats.oldest_due_at)});
   figures.add({"failed " + std::to_string(many_sync_failures) + " times or more",
                std::to_string(stats.failed_often)});
   Table ages({"AGE", "EVENTS", ""});
@@ -157,7 +160,12 @@ class ProgressBar {
   bool visible_ = isatty(STDERR_FILENO) == 1;
 };
 
-/// Each due row once: one that fails may be due again before the last one had its turn.
+volatile std::sig_atomic_t interrupted = 0;
+
+/// Ends a flush behind the row that was on its way.
+struct Interrupted {};
+
+/// Each row that is due now once: one that fails may be due again before the last one had its turn.
 int flush(const Tool& tool, bool all) {
   const Config config = load_config(tool.config);
   if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is delivered");
@@ -167,7 +175,9 @@ int flush(const Tool& tool, bool all) {
   SqliteStore store;
   open_to_change(store, config);
   if (all) store.make_sync_events_due();
+  const std::string now = utc_timestamp_iso();
   const std::int64_t due = store.sync_queue_stats().due;
+  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { interrupted = 1; });
 
   QueueingVornHistoryWriter writer(config, store);
   const ProgressBar progress(due);
@@ -181,22 +191,26 @@ int flush(const Tool& tool, bool all) {
       progress.clear();
       print(coloured(Colour::red, "failed") + ' ' + printable(row.event_id + ": " + *failure) +
             '\n');
-      finish_output();
     }
+    finish_output();
     progress.show(delivered + failures);
+    if (interrupted != 0) throw Interrupted();
   };
-  while (delivered + failures < due) {
-    const std::int64_t before = delivered + failures;
-    writer.flush(tell);
-    if (delivered + failures == before) break;  // another process was faster
+  try {
+    for (std::int64_t before = -1; before != delivered + failures && before < due;) {
+      before = delivered + failures;
+      writer.flush(tell, now);
+    }
+  } catch (const Interrupted&) {
+    print_error("interrupted; the other events stay in the queue");
   }
   progress.clear();
   if (tool.json) {
-    print_json({{"delivered", delivered}, {"failed", failures}});
+    print_json({{"delivered", delivered}, {"failed", failures}, {"interrupted", interrupted != 0}});
   } else {
     print(std::to_string(delivered) + " delivered, " + std::to_string(failures) + " failed\n");
   }
-  return failures == 0 ? done : failed;
+  return failures == 0 && interrupted == 0 ? done : failed;
 }
 
 }  // namespace

@@ -23,11 +23,6 @@ struct Filters {
   std::string check_type;  ///< results
 };
 
-bool is_open(const Incident& incident) {
-  return incident.status != IncidentStatus::Resolved &&
-         incident.status != IncidentStatus::AutoResolved;
-}
-
 json to_json(const Incident& i) {
   return {{"id", i.id},
           {"fingerprint", i.fingerprint},
@@ -93,14 +88,13 @@ int print_records(const Tool& tool, const std::vector<Record>& records,
 int list_incidents(const Tool& tool, const Filters& filters) {
   SqliteStore store;
   open_to_look(store, load_config(tool.config));
-  std::vector<Incident> incidents = store.list_incidents(-1);
-  std::erase_if(incidents, [&](const Incident& incident) {
-    return (filters.open && !is_open(incident)) ||
-           (!filters.level.empty() && filters.level != severity_name(incident.level));
+  std::vector<Incident> incidents;
+  store.visit_incidents([&](const Incident& incident) {
+    const bool wanted = (!filters.open || is_open(incident.status)) &&
+                        (filters.level.empty() || filters.level == severity_name(incident.level));
+    if (wanted) incidents.push_back(incident);
+    return incidents.size() < static_cast<std::size_t>(filters.limit);
   });
-  if (incidents.size() > static_cast<std::size_t>(filters.limit)) {
-    incidents.resize(static_cast<std::size_t>(filters.limit));
-  }
   return print_records(tool, incidents,
                        {"LEVEL", "STATUS", "SEEN", "FIRST", "TIMES", "TARGET", "TITLE", "ID"},
                        [](const Incident& i) -> std::vector<std::string> {

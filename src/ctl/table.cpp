@@ -1,5 +1,7 @@
 #include "ctl/table.h"
 
+#include <wchar.h>
+
 #include <algorithm>
 
 #include "ctl/output.h"
@@ -7,20 +9,30 @@
 namespace zunol_monitoring::ctl {
 namespace {
 
-bool begins_character(char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; }
+/// Columns of a terminal that a character takes: 2 for the wide ones of East Asia.
+std::size_t columns(wchar_t character) {
+  const int width = wcwidth(character);
+  return width < 0 ? 1 : static_cast<std::size_t>(width);
+}
 
 std::size_t columns(const std::string& text) {
-  return static_cast<std::size_t>(std::ranges::count_if(text, begins_character));
+  std::size_t sum = 0;
+  for_each_character(text, [&sum](wchar_t character, auto) { sum += columns(character); });
+  return sum;
 }
 
 /// The first `width` columns of the line, the last of them "…" where that drops any.
 std::string cut(const std::string& line, std::size_t width) {
   if (columns(line) <= width) return line;
-  std::size_t end = 0;
-  for (std::size_t column = 0; end < line.size(); ++end) {
-    if (begins_character(line[end]) && ++column == width) break;
-  }
-  return line.substr(0, end) + "…";
+  std::string kept;
+  std::size_t used = 1;  // by the "…"
+  bool full = false;
+  for_each_character(line, [&](wchar_t character, std::string_view bytes) {
+    used += columns(character);
+    full = full || used > width;
+    if (!full) kept += bytes;
+  });
+  return kept + "…";
 }
 
 }  // namespace

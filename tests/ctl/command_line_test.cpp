@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/age.h"
+#include "ctl/output.h"
 #include "ctl/table.h"
 #include "tests/ctl/ctl_scene.h"
 
@@ -93,7 +94,13 @@ TEST(CommandLine, TablesAreCutToTheTerminal) {
   EXPECT_GT(count, 200);
 }
 
-TEST(Table, AlignsAndCutsByCharacters) {
+TEST(Table, AlignsAndCutsByColumns) {
+  set_character_type();
+  EXPECT_EQ(printable("a\x9b\xe2\x80\xae\xe6\x97"), "a\xef\xbf\xbd \xef\xbf\xbd\xef\xbf\xbd");
+  Table wide({"日本語", "X"});
+  wide.add({"a", "b"});
+  EXPECT_EQ(wide.text(0), "日本語  X\na       b\n");
+  EXPECT_EQ(wide.text(6), "日本…\na    …\n");
   Table table({"ID", "LAST ERROR", "N"});
   table.add({"a", "é\n\x1b[31m", "1\xc2\x9b"});
   table.add({"longer", "", "22"});

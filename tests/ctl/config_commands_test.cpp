@@ -263,7 +263,7 @@ TEST(ConfigDefault, WritesANewFileOnly) {
   }
 }
 
-TEST(ConfigReference, NamesEveryKeyOfTheDefaults) {
+TEST(ConfigReference, TellsTypeDefaultRuleAndVariable) {
   const CtlScene scene;
   const std::string reference = scene.run({"config", "reference"}).out;
   for (const char* row :

@@ -88,12 +88,49 @@ TEST_F(CtlStore, FlushTellsEachFailureAndTakesEachRowOnce) {
   EXPECT_EQ(result.out, "failed b: append_command failed: no route \n2 delivered, 1 failed\n");
   EXPECT_EQ(out("queue flush"), "0 delivered, 0 failed\n");  // b waits for its next attempt
   deliver_by("true");
-  EXPECT_EQ(out("queue flush --all --json"), "{\"delivered\":1,\"failed\":0}\n");
+  EXPECT_EQ(out("queue flush --all --json"),
+            "{\"delivered\":1,\"failed\":0,\"interrupted\":false}\n");
 
   scene_.configure("vorn: {queue_only: true}\n");
   expect_one_error(scene_.run({"queue", "flush"}), 1, "vorn.queue_only=true");
   scene_.configure("vorn: {enabled: false}\n");
   expect_one_error(scene_.run({"queue", "flush"}), 1, "vorn.enabled=false");
+}
+
+TEST_F(CtlStore, AFlushThatIsToldToEndLeavesTheRestInTheQueue) {
+  deliver_by("sleep 2");
+  enqueue({"a", "b"});
+  const ProcessResult result = scene_.run_line(
+      "export TMPDIR=\"$dir\"; \"$ctl\" queue flush & sleep 1; kill -TERM $!; wait $!");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "1 delivered, 0 failed\n");
+  EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << result.err;
+  EXPECT_EQ(json_out("queue stats")["pending"], 1);
+  for (const auto& entry : fs::directory_iterator(scene_.dir.path())) {
+    EXPECT_FALSE(entry.path().filename().string().starts_with("vorn-event")) << entry;
+  }
+}
+
+TEST_F(CtlStore, LookingLeavesNothingAndOthersDatabasesAreLeftAlone) {
+  enqueue({"a"});
+  out("queue list");
+  out("store status");
+  EXPECT_FALSE(fs::exists(db_.string() + "-wal"));
+  EXPECT_FALSE(fs::exists(db_.string() + "-shm"));
+  fs::remove(db_);
+  sql(db_, "CREATE TABLE vorn_sync_queue(event_id, other)");
+  const std::string before = read_text_file(db_);
+  for (const char* words :
+       {"queue list", "queue flush", "store maintain", "event send test_event"}) {
+    expect_one_error(scene_.run_line(std::string("\"$ctl\" ") + words), 1,
+                     db_.string() + ": no such column: ");
+  }
+  EXPECT_EQ(read_text_file(db_), before);
+  for (const char* nowhere : {"''", "':memory:'"}) {
+    scene_.write("config.yaml", "storage: {local_db: " + std::string(nowhere) + "}\n");
+    expect_one_error(scene_.run({"event", "send", "test_event"}), 1,
+                     "storage.local_db names no file");
+  }
 }
 
 TEST_F(CtlStore, StatusAndMaintenanceTellTheSize) {
