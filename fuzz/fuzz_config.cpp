@@ -11,7 +11,6 @@
 #include <exception>
 #include <memory>
 #include <optional>
-#include <regex>
 #include <string>
 #include <string_view>
 
@@ -45,7 +44,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   // What was rendered must load; outside the handler, so that a failure is found. Only doubles that
   // are no numbers render as what is none in YAML.
-  if (rendered && !std::regex_search(*rendered, std::regex(": -?(inf|nan)\\b"))) {
+  const auto has = [&rendered](const char* word) {
+    return rendered && rendered->find(word) != std::string::npos;
+  };
+  if (rendered && !has(": inf") && !has(": -inf") && !has(": nan") && !has(": -nan")) {
     const std::string again = render_text(load(*rendered));
     if (render_text(load(again)) != again) std::abort();
   }

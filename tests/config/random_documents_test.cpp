@@ -1,8 +1,9 @@
 // Whatever a file holds, a load ends in a configuration or in an exception with a message.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <random>
-#include <regex>
 
 #include "config/render.h"
 #include "config/validate.h"
@@ -78,7 +79,10 @@ TEST(RandomDocuments, EndInAConfigurationOrAMessage) {
     EXPECT_NE(error.value_or("none"), "") << yaml;
     // What was rendered loads, outside the handler, and keeps its bytes. Only doubles that are no
     // numbers render as what is none in YAML.
-    if (rendered.empty() || std::regex_search(rendered, std::regex(": -?(inf|nan)\\b"))) continue;
+    const bool loads = std::ranges::none_of(
+        std::array{": inf", ": -inf", ": nan", ": -nan"},
+        [&rendered](const char* word) { return rendered.find(word) != std::string::npos; });
+    if (rendered.empty() || !loads) continue;
     const std::string again = render_text(load_text(rendered));
     EXPECT_EQ(render_text(load_text(again)), again);
   }
