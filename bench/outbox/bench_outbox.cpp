@@ -142,7 +142,8 @@ void flush_over_command(benchmark::State& state) {
   scene.config.vorn.append_command = "/bin/true";
   scene.fill(1000000 / 10);
   scene.config.vorn.max_batch = 10;
-  const std::string line = "ZUNOL_VORN_EVENT_FILE='/tmp/x' ZUNOL_VORN_EVENT_ID='evt' /bin/true";
+  const std::string line =
+      "/bin/sh -c \"ZUNOL_VORN_EVENT_FILE='/tmp/x' ZUNOL_VORN_EVENT_ID='evt' /bin/true\" 2>&1";
   run_paired(
       state, [&] { expect_sent(scene.writer.flush(), 10); },
       [&] {
