@@ -20,15 +20,16 @@ std::size_t heap_peak_bytes = 0;
 
 }  // namespace
 
-// Every allocation of the program, counted.
-void* operator new(std::size_t size) {
+// Every allocation of the program, counted. Not inlined, or the compiler takes the pair of malloc
+// and delete for a mistake.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   void* block = std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
   heap_bytes += malloc_usable_size(block);
   heap_peak_bytes = std::max(heap_peak_bytes, heap_bytes);
   return block;
 }
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
   if (block != nullptr) heap_bytes -= malloc_usable_size(block);
   std::free(block);
 }
