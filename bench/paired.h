@@ -37,10 +37,14 @@ double seconds_in_new_process(Work& work) {
   return seconds;
 }
 
-/// Runs both once an iteration. The time of the benchmark is that of `ours`; the counters are the
-/// median microseconds of each and the median of the ratios of neighbouring runs.
-template <class Ours, class Bare>
-void run_paired(benchmark::State& state, Ours ours, Bare bare, bool new_process = false) {
+inline void nothing() {}
+
+/// Runs both once an iteration, behind `prepare`, which is not timed, and each first every other
+/// time, as the first one finds the caches swept. The time of the benchmark is that of `ours`; the
+/// counters are the median microseconds of each and the median of the ratios of neighbouring runs.
+template <class Ours, class Bare, class Prepare = void (*)()>
+void run_paired(benchmark::State& state, Ours ours, Bare bare, bool new_process = false,
+                Prepare prepare = nothing) {
   std::vector<double> our_times;
   std::vector<double> bare_times;
   std::vector<double> ratios;
@@ -48,10 +52,20 @@ void run_paired(benchmark::State& state, Ours ours, Bare bare, bool new_process 
     return new_process ? seconds_in_new_process(work) : seconds_of(work);
   };
   for (auto _ : state) {
-    our_times.push_back(seconds(ours));
-    bare_times.push_back(seconds(bare));
-    ratios.push_back(our_times.back() / bare_times.back());
-    state.SetIterationTime(our_times.back());
+    prepare();
+    double our_time = 0;
+    double bare_time = 0;
+    if (ratios.size() % 2 == 0) {
+      our_time = seconds(ours);
+      bare_time = seconds(bare);
+    } else {
+      bare_time = seconds(bare);
+      our_time = seconds(ours);
+    }
+    our_times.push_back(our_time);
+    bare_times.push_back(bare_time);
+    ratios.push_back(our_time / bare_time);
+    state.SetIterationTime(our_time);
   }
   const auto median = [](std::vector<double>& values) {
     std::ranges::nth_element(values, values.begin() + static_cast<long>(values.size() / 2));

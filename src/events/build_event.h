@@ -20,5 +20,7 @@ namespace zunol_monitoring {
 /// (max_data_depth).
 nlohmann::json build_event(const Config& config, const std::string& type,
                            const nlohmann::json& data);
+/// The same, with the values moved out of the data.
+nlohmann::json build_event(const Config& config, const std::string& type, nlohmann::json&& data);
 
 }  // namespace zunol_monitoring

@@ -20,9 +20,9 @@ enum Key : std::size_t {
   payload,
   key_count
 };
-constexpr std::array<const char*, key_count> key_names = {"schema",     "event_id",    "agent_id",
-                                                          "project_id", "server_name", "type",
-                                                          "level",      "created_at",  "payload"};
+constexpr std::array<std::string_view, key_count> key_names = {
+    "schema", "event_id", "agent_id",   "project_id", "server_name",
+    "type",   "level",    "created_at", "payload"};
 
 }  // namespace
 
@@ -54,7 +54,7 @@ std::optional<std::string> validate_event(const nlohmann::json& event) {
   std::array<const nlohmann::json*, key_count> values{};
   for (std::size_t key = 0; key < key_count; ++key) {
     const auto found = event.find(key_names[key]);
-    if (found == event.end()) return std::string("missing required field: ") + key_names[key];
+    if (found == event.end()) return "missing required field: " + std::string(key_names[key]);
     values[key] = &*found;
   }
 
@@ -63,7 +63,7 @@ std::optional<std::string> validate_event(const nlohmann::json& event) {
     texts[key] = values[key]->get_ptr<const std::string*>();
     // An empty schema is a wrong one.
     if (texts[key] == nullptr || (texts[key]->empty() && key != schema)) {
-      return std::string("field must be a non-empty string: ") + key_names[key];
+      return "field must be a non-empty string: " + std::string(key_names[key]);
     }
     if (key == schema && *texts[key] != event_schema) return "unsupported schema: " + *texts[key];
   }

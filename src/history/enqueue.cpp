@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <utility>
 
 #include "base/log.h"
 #include "events/build_event.h"
@@ -9,8 +10,14 @@
 namespace zunol_monitoring {
 
 void QueueingVornHistoryWriter::enqueue(const std::string& type, const nlohmann::json& data) {
-  if (!config->vorn.enabled) return;
-  const nlohmann::json event = build_event(*config, type, data);
+  if (config->vorn.enabled) enqueue(build_event(*config, type, data));
+}
+
+void QueueingVornHistoryWriter::enqueue(const std::string& type, nlohmann::json&& data) {
+  if (config->vorn.enabled) enqueue(build_event(*config, type, std::move(data)));
+}
+
+void QueueingVornHistoryWriter::enqueue(const nlohmann::json& event) const {
   if (const auto reason = validate_event(event)) {
     log_message(LogLevel::Error, "invalid vorn history event: " + *reason);
     return;

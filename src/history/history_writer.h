@@ -15,6 +15,8 @@ class VornHistoryWriter {
 
   /// Records an event of a type of the catalogue with this data.
   virtual void enqueue(const std::string& type, const nlohmann::json& data) = 0;
+  /// The same, with the values moved out of the data.
+  virtual void enqueue(const std::string& type, nlohmann::json&& data) = 0;
   /// Delivers recorded events that are due and returns how many were delivered.
   virtual int flush() = 0;
 };

@@ -30,6 +30,7 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
   /// zero byte" and what build_event, the JSON library (text that is no UTF-8) and the store raise;
   /// the event is then not queued.
   void enqueue(const std::string& type, const nlohmann::json& data) override;
+  void enqueue(const std::string& type, nlohmann::json&& data) override;
 
   /// Hands at most vorn.max_batch due rows to the transport, oldest first, and marks each delivered
   /// one sent. A row that fails is scheduled anew with the reason, which is logged at level Warn,
@@ -49,6 +50,7 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
   int flush(const Outcome& tell, const std::string& due_at);
 
  private:
+  void enqueue(const nlohmann::json& event) const;
   void deliver(const VornSyncItem& item) const;
   void run_append_command(const VornSyncItem& item) const;
 

@@ -49,15 +49,19 @@ TEST(BuildEvent, LiftsTheReservedKeysAndKeepsTheRestAsPayload) {
       {R"({"payload":{"a":1},"level":"critical"})", R"({"a":1})", "critical"},
   };
   for (const auto& row : rows) {
-    const json event = build_event(identity(), "test_event", json::parse(row.data));
-    EXPECT_EQ(event["payload"], json::parse(row.payload)) << row.data;
-    EXPECT_EQ(event["level"], row.level) << row.data;
-    EXPECT_EQ(event["schema"], "zunol.monitoring.event.v1");
-    EXPECT_EQ(event["agent_id"], "agent");
-    EXPECT_EQ(event["project_id"], "project");
-    EXPECT_EQ(event["server_name"], "server");
-    EXPECT_EQ(event["type"], "test_event");
-    EXPECT_EQ(event.size(), 9U);
+    const json data = json::parse(row.data);
+    for (const json& event : {build_event(identity(), "test_event", data),
+                              build_event(identity(), "test_event", json(data))}) {
+      EXPECT_EQ(event["payload"], json::parse(row.payload)) << row.data;
+      EXPECT_EQ(event["level"], row.level) << row.data;
+      EXPECT_EQ(event["schema"], "zunol.monitoring.event.v1");
+      EXPECT_EQ(event["agent_id"], "agent");
+      EXPECT_EQ(event["project_id"], "project");
+      EXPECT_EQ(event["server_name"], "server");
+      EXPECT_EQ(event["type"], "test_event");
+      EXPECT_EQ(event.size(), 9U);
+    }
+    EXPECT_EQ(data, json::parse(row.data));  // which stays the caller's
   }
 }
 
@@ -84,7 +88,10 @@ TEST(BuildEvent, DepthIsBounded) {
   const json deepest = nested_arrays(max_data_depth);
   EXPECT_EQ(build_event(identity(), "t", deepest)["payload"]["value"], deepest);
   for (const int levels : {max_data_depth + 1, 1000000}) {
-    EXPECT_EQ(error_of([&] { build_event(identity(), "t", nested_arrays(levels)); }),
-              "event data is nested more than 500 levels deep");
+    json data = nested_arrays(levels);
+    const json& borrowed = data;
+    const char* error = "event data is nested more than 500 levels deep";
+    EXPECT_EQ(error_of([&] { build_event(identity(), "t", borrowed); }), error);
+    EXPECT_EQ(error_of([&] { build_event(identity(), "t", std::move(data)); }), error);
   }
 }
