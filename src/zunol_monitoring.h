@@ -6,6 +6,7 @@
 #include "base/environment.h"
 #include "base/files.h"
 #include "base/json_depth.h"
+#include "base/json_text.h"
 #include "base/log.h"
 #include "base/lower_case.h"
 #include "base/private_file.h"

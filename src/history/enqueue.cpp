@@ -2,6 +2,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/json_text.h"
 #include "base/log.h"
 #include "events/build_event.h"
 #include "events/event_envelope.h"
@@ -27,7 +28,7 @@ void QueueingVornHistoryWriter::enqueue(const nlohmann::json& event) const {
   if (event_id.find('\0') != std::string::npos) {
     throw std::runtime_error("event_id holds a zero byte");
   }
-  store->enqueue_sync_event(event_id, event.dump());
+  store->enqueue_sync_event(event_id, compact_json(event));
 }
 
 }  // namespace zunol_monitoring
