@@ -65,6 +65,7 @@ class KeyReader {
     const YAML::Node node = block_.take(key);
     if (!node.IsDefined() || !node.IsSequence()) return;
     list.clear();
+    list.reserve(node.size());
     for (const YAML::Node& item : node) {
       KeyReader reader(item);
       visit_keys(reader, list.emplace_back());

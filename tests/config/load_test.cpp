@@ -37,6 +37,9 @@ vorn: {wallet_file: } => vorn: {wallet_file: 'null'}
 vorn: {enabled: TRUE, queue_only: Off, append_mode: n} => vorn: {queue_only: false, append_mode: false}
 vorn: {flush_interval: 30, max_batch: 0x10} => vorn: {flush_interval: '30', max_batch: 16}
 storage: {max_local_incidents: -1, max_local_bytes: 18446744073709551615} => storage: {max_local_incidents: -01, max_local_bytes: 0xffffffffffffffff}
+vorn: {max_batch: 010} => vorn: {max_batch: 8}
+vorn: {max_batch: -010} => vorn: {max_batch: -8}
+vorn: {max_batch: '+7'} => vorn: {max_batch: 7}
 // Two keys for one field: the one that is read last wins, wherever it stands.
 telegram: {service_url: b, api_base: a} => telegram: {api_base: b}
 telegram: {delivery_mode: bot} => telegram: {transport: bot}
