@@ -114,7 +114,7 @@ void whole_enqueue(benchmark::State& state) {
   nlohmann::json made;
   run_paired(
       state, [&] { scene.writer.enqueue("check_failed", std::move(made)); },
-      [&] { scene.bare_owner.enqueue_sync_event(ids[next++ % ids.size()], text); }, false,
+      [&] { scene.bare_owner.enqueue_sync_event(ids[next++ % ids.size()], text); },
       [&] { made = data; });
 }
 BENCHMARK(whole_enqueue)->ArgName("disk")->Arg(0)->Arg(1)->UseManualTime();
