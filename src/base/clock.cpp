@@ -69,7 +69,7 @@ std::string make_id(std::string_view prefix) {
   std::array<char, 16> number;
   const auto end = std::to_chars(number.begin(), number.end(), next_random(), 16).ptr;
   std::string id;
-  id.reserve(prefix.size() + 34);
+  id.reserve(prefix.size() + 34);  // two lines of 16 characters, each behind its "_"
   id.append(prefix)
       .append(1, '_')
       .append(utc_timestamp_compact())

@@ -12,12 +12,17 @@ constexpr std::size_t usual_size = 512;  // of an event's text, in bytes
 
 bool stands_for_itself(char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; }
 
+/// Not inlined, as the library's buffers would stand in each level of the recursion.
+[[gnu::noinline]] void append_by_library(std::string& text, const json& value) {
+  text += value.dump();
+}
+
 /// Nearly every text goes as it is; escapes and UTF-8 are left to the library.
 void append_string(std::string& text, const std::string& value) {
   if (std::ranges::all_of(value, stands_for_itself)) {
     text.append(1, '"').append(value).append(1, '"');
   } else {
-    text += json(value).dump();
+    append_by_library(text, value);
   }
 }
 
@@ -41,7 +46,7 @@ void append_value(std::string& text, const json& value) {
     }
     text += ']';
   } else {
-    text += value.dump();
+    append_by_library(text, value);
   }
 }
 

@@ -11,14 +11,14 @@
 namespace zunol_monitoring {
 
 void QueueingVornHistoryWriter::enqueue(const std::string& type, const nlohmann::json& data) {
-  if (config->vorn.enabled) enqueue(build_event(*config, type, data));
+  if (config->vorn.enabled) queue_event(build_event(*config, type, data));
 }
 
 void QueueingVornHistoryWriter::enqueue(const std::string& type, nlohmann::json&& data) {
-  if (config->vorn.enabled) enqueue(build_event(*config, type, std::move(data)));
+  if (config->vorn.enabled) queue_event(build_event(*config, type, std::move(data)));
 }
 
-void QueueingVornHistoryWriter::enqueue(const nlohmann::json& event) const {
+void QueueingVornHistoryWriter::queue_event(const nlohmann::json& event) const {
   if (const auto reason = validate_event(event)) {
     log_message(LogLevel::Error, "invalid vorn history event: " + *reason);
     return;

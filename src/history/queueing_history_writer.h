@@ -50,7 +50,7 @@ class QueueingVornHistoryWriter : public VornHistoryWriter {
   int flush(const Outcome& tell, const std::string& due_at);
 
  private:
-  void enqueue(const nlohmann::json& event) const;
+  void queue_event(const nlohmann::json& event) const;
   void deliver(const VornSyncItem& item) const;
   void run_append_command(const VornSyncItem& item) const;
 
