@@ -6,7 +6,6 @@
 #include <charconv>
 #include <mutex>
 #include <random>
-#include <ranges>
 
 namespace zunol_monitoring {
 namespace {
@@ -26,9 +25,9 @@ std::string format_utc(system_clock::time_point time, std::string form) {
         std::int64_t{clock.minutes().count()}, std::int64_t{clock.seconds().count()}}) {
     digits = digits * 100 + next;
   }
-  for (char& place : form | std::views::reverse) {
-    if (place != '0') continue;
-    place = static_cast<char>('0' + digits % 10);
+  for (auto place = form.rbegin(); place != form.rend(); ++place) {
+    if (*place != '0') continue;
+    *place = static_cast<char>('0' + digits % 10);
     digits /= 10;
   }
   return form;
