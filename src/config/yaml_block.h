@@ -3,8 +3,6 @@
 
 #include <yaml-cpp/yaml.h>
 
-#include <utility>
-
 namespace zunol_monitoring {
 
 /// Files mostly have their keys in the order in which they are read, while the library compares a
@@ -28,10 +26,10 @@ class YamlBlock {
   YAML::Node take(const char* key) {
     if (is_map_) {
       if (next_ == end_) return YAML::Node(YAML::NodeType::Undefined);
-      auto entry = *next_;
+      const auto entry = *next_;
       if (entry.first.IsScalar() && entry.first.Scalar() == key) {
         ++next_;
-        return std::move(entry.second);
+        return entry.second;
       }
     }
     return node_.IsDefined() ? node_[key] : YAML::Node(YAML::NodeType::Undefined);
