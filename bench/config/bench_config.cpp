@@ -16,8 +16,8 @@ using namespace zunol_monitoring;
 namespace {
 
 bool heap_counted = false;
-std::size_t heap_bytes = 0;
-std::size_t heap_peak_bytes = 0;
+long heap_bytes = 0;  // signed, as blocks from before may be freed
+long heap_peak_bytes = 0;
 
 }  // namespace
 
@@ -27,13 +27,13 @@ std::size_t heap_peak_bytes = 0;
   void* block = std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
   if (heap_counted) {
-    heap_bytes += malloc_usable_size(block);
+    heap_bytes += static_cast<long>(malloc_usable_size(block));
     heap_peak_bytes = std::max(heap_peak_bytes, heap_bytes);
   }
   return block;
 }
 [[gnu::noinline]] void operator delete(void* block) noexcept {
-  if (heap_counted && block != nullptr) heap_bytes -= malloc_usable_size(block);
+  if (heap_counted && block != nullptr) heap_bytes -= static_cast<long>(malloc_usable_size(block));
   std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
@@ -111,7 +111,7 @@ void render(benchmark::State& state) {
 }
 BENCHMARK(render)->UseManualTime()->Iterations(200);
 
-/// The most that the heap holds while `work` runs, in KiB, beside what it held before.
+/// The most that the heap holds while `work` runs, in KiB, beyond what it held before.
 template <class Work>
 double heap_peak_kib(Work work) {
   heap_bytes = 0;
