@@ -3,12 +3,12 @@
 //
 // It queues three events and delivers them through the transport that the configuration names. A
 // daemon would do both for ever: enqueue when something happens, flush every vorn.flush_interval.
+#include <zunol_monitoring.h>
+
 #include <chrono>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <thread>
-
-#include "zunol_monitoring.h"
 
 using namespace zunol_monitoring;
 

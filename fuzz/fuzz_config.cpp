@@ -14,10 +14,10 @@
 #include <string>
 #include <string_view>
 
-#include "base/files.h"
-#include "config/load.h"
-#include "config/render.h"
-#include "config/validate.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/config/render.h"
+#include "zunol_monitoring/config/validate.h"
 
 using namespace zunol_monitoring;
 

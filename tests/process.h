@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "base/files.h"
 #include "tests/support.h"
+#include "zunol_monitoring/base/files.h"
 
 struct ProcessResult {
   int status = -1;  ///< exit status, or 1000 and the number of the signal that ended it

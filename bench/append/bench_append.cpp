@@ -8,9 +8,9 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "base/command_runner.h"
-#include "base/files.h"
 #include "measure.h"
+#include "zunol_monitoring/base/command_runner.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;

@@ -12,7 +12,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "base/command_runner.h"
+#include "zunol_monitoring/base/command_runner.h"
 
 namespace {
 

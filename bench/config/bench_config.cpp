@@ -2,6 +2,7 @@
 #include <malloc.h>
 #include <unistd.h>
 #include <yaml-cpp/yaml.h>
+#include <zunol_monitoring.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,7 +10,6 @@
 #include <new>
 
 #include "bench/paired.h"
-#include "zunol_monitoring.h"
 
 using namespace zunol_monitoring;
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zunol_monitoring.h>
 
 #include <cstdio>
 #include <cstring>
@@ -14,7 +15,6 @@
 
 #include "bench/bare_sqlite.h"
 #include "bench/paired.h"
-#include "zunol_monitoring.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;

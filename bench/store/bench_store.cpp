@@ -1,6 +1,8 @@
 // Each operation of the store beside the bare SQLite calls that do the same, on a memory-backed
 // file system; and the maintenance of a store of 200 MB beside the bare statements, with the
 // longest time that another connection had to wait for it.
+#include <zunol_monitoring.h>
+
 #include <atomic>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -8,7 +10,6 @@
 
 #include "bench/bare_sqlite.h"
 #include "bench/paired.h"
-#include "zunol_monitoring.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;

@@ -7,10 +7,10 @@
 
 #include "append/production_append.h"
 #include "append/report_failure.h"
-#include "base/environment.h"
-#include "base/files.h"
-#include "events/event_envelope.h"
 #include "events/parse_envelope.h"
+#include "zunol_monitoring/base/environment.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/events/event_envelope.h"
 
 namespace zunol_monitoring {
 namespace {

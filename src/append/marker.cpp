@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "base/files.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace zunol_monitoring {
 

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "config/config.h"
+#include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring {
 

@@ -6,9 +6,9 @@
 
 #include "append/marker.h"
 #include "append/report_failure.h"
-#include "base/command_runner.h"
-#include "base/environment.h"
-#include "config/load.h"
+#include "zunol_monitoring/base/command_runner.h"
+#include "zunol_monitoring/base/environment.h"
+#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring {
 namespace {

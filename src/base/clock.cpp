@@ -1,4 +1,4 @@
-#include "base/clock.h"
+#include "zunol_monitoring/base/clock.h"
 
 #include <unistd.h>
 

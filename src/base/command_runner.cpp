@@ -1,4 +1,4 @@
-#include "base/command_runner.h"
+#include "zunol_monitoring/base/command_runner.h"
 
 #include <array>
 #include <cstdio>
@@ -6,12 +6,10 @@
 #include <memory>
 #include <stdexcept>
 
+#include "base/wait_status.h"
+
 namespace zunol_monitoring {
 namespace {
-
-/// The exit status of a child that exited; the wait status as it is for one that a signal ended,
-/// and for the -1 of a failed wait.
-int decode_wait_status(int status) { return (status & 0x7f) == 0 ? (status >> 8) & 0xff : status; }
 
 struct PipeCloser {
   void operator()(std::FILE* pipe) const { pclose(pipe); }

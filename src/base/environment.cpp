@@ -1,4 +1,4 @@
-#include "base/environment.h"
+#include "zunol_monitoring/base/environment.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,9 +1,12 @@
-#include "base/files.h"
+#include "zunol_monitoring/base/files.h"
 
 #include <array>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
+#include <vector>
+
+#include "base/durable.h"
 
 namespace zunol_monitoring {
 namespace fs = std::filesystem;
@@ -13,6 +16,20 @@ namespace {
 void set_mode(const fs::path& path, fs::perms mode) {
   std::error_code ignored;
   fs::permissions(path, mode, ignored);
+}
+
+/// As fs::create_directories; and the names of the new directories are on the disk then.
+void create_durable_directories(const fs::path& directory) {
+  std::vector<fs::path> missing;
+  std::error_code unknown;
+  fs::path path = directory.has_filename() ? directory : directory.parent_path();
+  while (path.has_relative_path() &&
+         fs::status(path, unknown).type() == fs::file_type::not_found) {
+    missing.push_back(path);
+    path = path.parent_path();
+  }
+  fs::create_directories(directory);
+  for (const fs::path& created : missing) sync_name(created);
 }
 
 constexpr fs::perms owner_read_write = fs::perms::owner_read | fs::perms::owner_write;
@@ -45,11 +62,11 @@ void write_text_file(const fs::path& path, std::string_view text) {
 }
 
 void ensure_parent_directory(const fs::path& path) {
-  if (path.has_parent_path()) fs::create_directories(path.parent_path());
+  if (path.has_parent_path()) create_durable_directories(path.parent_path());
 }
 
 void ensure_group_directory(const fs::path& path) {
-  fs::create_directories(path);
+  create_durable_directories(path);
   set_mode(path, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec);
 }
 

@@ -17,8 +17,10 @@ bool stands_for_itself(char c) { return c >= ' ' && c <= '~' && c != '"' && c !=
   text += value.dump();
 }
 
+}  // namespace
+
 /// Nearly every text goes as it is; escapes and UTF-8 are left to the library.
-void append_string(std::string& text, const std::string& value) {
+void append_json_string(std::string& text, std::string_view value) {
   if (std::ranges::all_of(value, stands_for_itself)) {
     text.append(1, '"').append(value).append(1, '"');
   } else {
@@ -26,23 +28,23 @@ void append_string(std::string& text, const std::string& value) {
   }
 }
 
-void append_value(std::string& text, const json& value) {
+void append_compact_json(std::string& text, const json& value) {
   if (const auto* string = value.get_ptr<const std::string*>()) {
-    append_string(text, *string);
+    append_json_string(text, *string);
   } else if (const auto* object = value.get_ptr<const json::object_t*>()) {
     text += '{';
     for (auto member = object->begin(); member != object->end(); ++member) {
       if (member != object->begin()) text += ',';
-      append_string(text, member->first);
+      append_json_string(text, member->first);
       text += ':';
-      append_value(text, member->second);
+      append_compact_json(text, member->second);
     }
     text += '}';
   } else if (const auto* array = value.get_ptr<const json::array_t*>()) {
     text += '[';
     for (auto item = array->begin(); item != array->end(); ++item) {
       if (item != array->begin()) text += ',';
-      append_value(text, *item);
+      append_compact_json(text, *item);
     }
     text += ']';
   } else {
@@ -50,12 +52,10 @@ void append_value(std::string& text, const json& value) {
   }
 }
 
-}  // namespace
-
 std::string compact_json(const json& value) {
   std::string text;
   text.reserve(usual_size);
-  append_value(text, value);
+  append_compact_json(text, value);
   return text;
 }
 

@@ -1,12 +1,12 @@
-#include "base/log.h"
+#include "zunol_monitoring/base/log.h"
 
 #include <fstream>
 #include <iostream>
 #include <mutex>
 #include <nlohmann/json.hpp>
 
-#include "base/clock.h"
-#include "base/files.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -53,7 +53,7 @@ void log_message(LogLevel level, const std::string& message) {
   const std::lock_guard lock(logger().mutex);
   const std::string line = format_line(level, message);
   std::cerr.clear();  // one write that failed, on a full pipe or disk, must not silence the rest
-  std::cerr << line << std::flush;
+  std::cerr.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
   if (logger().file.empty()) return;
   ensure_parent_directory(logger().file);
   std::ofstream(logger().file, std::ios::binary | std::ios::app) << line;

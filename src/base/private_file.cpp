@@ -34,14 +34,11 @@ void PrivateFile::sync() {
   if (fsync(file_) != 0) fail();
 }
 
-void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
-
-bool sync_directory(const std::filesystem::path& directory) {
-  const int handle = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (handle < 0) return false;
-  const bool synced = fsync(handle) == 0;
-  close(handle);
-  return synced;
+void PrivateFile::share_with_group() {
+  constexpr mode_t group_readable = 0640;
+  (void)fchmod(file_, group_readable);
 }
+
+void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
 
 }  // namespace zunol_monitoring

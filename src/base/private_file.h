@@ -22,6 +22,8 @@ class PrivateFile {
   void write(std::string_view text);
   /// Returns when the content is on the disk.
   void sync();
+  /// Lets the group read it, too: mode 0640, under whatever name it has by now. Failure is ignored.
+  void share_with_group();
 
  private:
   [[noreturn]] void fail() const;
@@ -29,8 +31,5 @@ class PrivateFile {
   std::filesystem::path path_;
   int file_ = -1;
 };
-
-/// Returns when the names in the directory are on the disk, true, or when that fails, false.
-bool sync_directory(const std::filesystem::path& directory);
 
 }  // namespace zunol_monitoring

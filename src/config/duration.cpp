@@ -1,4 +1,4 @@
-#include "config/duration.h"
+#include "zunol_monitoring/config/duration.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "config/config.h"
+#include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring {
 

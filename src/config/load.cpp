@@ -1,11 +1,12 @@
-#include "config/load.h"
+#include "zunol_monitoring/config/load.h"
 
 #include <yaml-cpp/yaml.h>
 
 #include <stdexcept>
 
 #include "config/key_reader.h"
-#include "config/overlay.h"
+#include "config/keys/config_keys.h"
+#include "zunol_monitoring/config/overlay.h"
 
 namespace zunol_monitoring {
 

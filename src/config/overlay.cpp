@@ -1,7 +1,7 @@
-#include "config/overlay.h"
+#include "zunol_monitoring/config/overlay.h"
 
-#include "base/environment.h"
 #include "config/overlay_rows.h"
+#include "zunol_monitoring/base/environment.h"
 
 namespace zunol_monitoring {
 namespace {

@@ -5,7 +5,8 @@
 //   seconds(name, field)    the value is a number of seconds, and the field a duration
 #pragma once
 
-#include "config/config.h"
+#include "config/keys/visit.h"
+#include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring {
 

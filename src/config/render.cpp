@@ -1,10 +1,11 @@
-#include "config/render.h"
+#include "zunol_monitoring/config/render.h"
 
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "base/files.h"
 #include "config/key_renderer.h"
+#include "config/keys/config_keys.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace zunol_monitoring {
 

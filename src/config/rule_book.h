@@ -30,7 +30,7 @@
 #include <algorithm>
 #include <string>
 
-#include "config/config.h"
+#include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring {
 

@@ -1,6 +1,8 @@
-#include "config/secret_files.h"
+#include "zunol_monitoring/config/secret_files.h"
 
 #include <system_error>
+
+#include "config/fixed_secret_files.h"
 
 namespace zunol_monitoring {
 namespace fs = std::filesystem;

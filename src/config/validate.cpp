@@ -1,12 +1,13 @@
-#include "config/validate.h"
+#include "zunol_monitoring/config/validate.h"
 
 #include <algorithm>
 #include <filesystem>
 
-#include "config/duration.h"
+#include "config/fixed_secret_files.h"
 #include "config/rule_book.h"
 #include "config/rule_messages.h"
-#include "config/secret_files.h"
+#include "zunol_monitoring/config/duration.h"
+#include "zunol_monitoring/config/secret_files.h"
 
 namespace zunol_monitoring {
 

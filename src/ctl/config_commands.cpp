@@ -8,20 +8,20 @@
 #include <optional>
 #include <stdexcept>
 
-#include "base/files.h"
-#include "config/key_catalogue.h"
-#include "config/key_rules.h"
-#include "config/load.h"
-#include "config/mask_credentials.h"
-#include "config/overlay_variables.h"
-#include "config/render.h"
-#include "config/validate.h"
 #include "ctl/config_file.h"
 #include "ctl/config_reference.h"
 #include "ctl/config_schema.h"
 #include "ctl/output.h"
 #include "ctl/table.h"
 #include "ctl/tool.h"
+#include "describe/key_catalogue.h"
+#include "describe/key_rules.h"
+#include "describe/mask_credentials.h"
+#include "describe/overlay_variables.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/config/render.h"
+#include "zunol_monitoring/config/validate.h"
 
 namespace zunol_monitoring::ctl {
 namespace {

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "config/duration.h"
+#include "zunol_monitoring/config/duration.h"
 
 namespace zunol_monitoring::ctl {
 namespace {

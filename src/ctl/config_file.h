@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "config/key_catalogue.h"
+#include "describe/key_catalogue.h"
 
 namespace zunol_monitoring::ctl {
 

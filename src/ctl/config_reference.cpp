@@ -2,9 +2,9 @@
 
 #include <map>
 
-#include "config/key_catalogue.h"
-#include "config/key_rules.h"
-#include "config/overlay_variables.h"
+#include "describe/key_catalogue.h"
+#include "describe/key_rules.h"
+#include "describe/overlay_variables.h"
 
 namespace zunol_monitoring::ctl {
 namespace {

@@ -4,16 +4,15 @@
 #include <optional>
 #include <stdexcept>
 
-#include "base/clock.h"
-#include "config/load.h"
 #include "ctl/input.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/tool.h"
-#include "events/build_event.h"
-#include "events/event_envelope.h"
 #include "events/parse_envelope.h"
-#include "history/queueing_history_writer.h"
+#include "zunol_monitoring/config/load.h"
+#include "events/event_draft.h"
+#include "zunol_monitoring/events/event_envelope.h"
+#include "zunol_monitoring/history/queueing_history_writer.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -38,29 +37,27 @@ json read_data(const SendArguments& arguments) {
   }
 }
 
-/// The data with level and id in it, where build_event looks for them.
-json complete_data(const SendArguments& arguments) {
+/// The data with level and id in it, where the event takes them from.
+json read_event_data(const SendArguments& arguments) {
   json data = read_data(arguments);
+  if (!arguments.level && !arguments.id) return data;
   if (!data.is_object()) data = json{{"value", std::move(data)}};
   if (arguments.level) data["level"] = *arguments.level;
   if (arguments.id) data["event_id"] = *arguments.id;
-  const auto id = data.find("event_id");
-  if (id == data.end() || !id->is_string()) data["event_id"] = make_id("evt");
   return data;
 }
 
 int send(const Tool& tool, const SendArguments& arguments) {
   const Config config = load_config(tool.config);
   if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is queued");
-  const json data = complete_data(arguments);
-  if (const auto reason = validate_event(build_event(config, arguments.type, data))) {
+  const json data = read_event_data(arguments);
+  // Judged first, as a refused event makes no store.
+  if (const auto reason = EventDraft(config, arguments.type, data).fault()) {
     throw std::runtime_error("invalid event: " + *reason);
   }
-  SqliteStore store;
-  open_or_make(store, config);
-  QueueingVornHistoryWriter(config, store).enqueue(arguments.type, data);
-
-  const std::string id = data["event_id"];
+  SqliteStore store = open_or_make(config);
+  const std::string id =
+      QueueingVornHistoryWriter(config, store).try_enqueue(arguments.type, data).event_id;
   if (tool.json) {
     print_json({{"event_id", id}});
   } else {

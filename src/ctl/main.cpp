@@ -3,9 +3,9 @@
 #include <csignal>
 #include <exception>
 
-#include "base/environment.h"
 #include "ctl/output.h"
 #include "ctl/tool.h"
+#include "zunol_monitoring/base/environment.h"
 
 namespace zunol_monitoring::ctl {
 namespace {

@@ -1,50 +1,78 @@
 #include "ctl/open_store.h"
 
-#include <chrono>
+#include <sqlite3.h>
+
 #include <filesystem>
 #include <stdexcept>
-#include <thread>
+
+#include "store/inspection.h"
 
 namespace zunol_monitoring::ctl {
 namespace fs = std::filesystem;
 
-void open_to_look(SqliteStore& store, const Config& config) {
-  const fs::path& file = config.storage.local_db;
-  if (!fs::is_regular_file(file)) throw std::runtime_error("no store at " + file.string());
+namespace {
+
+[[noreturn]] void fail_at(const fs::path& file, const std::string& reason) {
+  throw std::runtime_error(file.string() + ": " + reason);
+}
+
+void require_store(const fs::path& file, bool found) {
+  if (!found) fail_at(file, "it has no store in it");
+}
+
+/// A database with tables of others is left alone: nothing is changed before this is known. The
+/// connection is one that waits for writers and sees what they have written.
+void require_own_database(const fs::path& file) {
+  const Connection db(open_connection(file.string(), SQLITE_OPEN_READWRITE));
+  require_store(file, store_kind(db.get()) != StoreKind::foreign);
+}
+
+/// In one transaction, so that a first start that is cut short leaves all or nothing of the schema.
+void complete_schema(SqliteStore& store) {
+  store.exec("BEGIN IMMEDIATE");
   try {
-    store.open_read_only(file);
-    // The columns that every store has: another program's database is left alone.
-    store.exec("SELECT event_id, payload, status, created_at FROM vorn_sync_queue LIMIT 0");
-    store.exec("SELECT id, fingerprint, last_seen_at FROM incidents LIMIT 0");
-  } catch (const std::runtime_error& error) {
-    throw std::runtime_error(file.string() + ": " + error.what());
+    store.apply_schema();
+    store.exec("COMMIT");
+  } catch (...) {
+    store.close();  // which rolls back
+    throw;
   }
 }
 
-void open_to_change(SqliteStore& store, const Config& config) {
-  open_to_look(store, config);
-  store.open(config.storage.local_db);
-  store.apply_schema();
+}  // namespace
+
+StoreView look_at_store(const Config& config) {
+  const fs::path& file = config.storage.local_db;
+  if (!fs::is_regular_file(file)) throw std::runtime_error("no store at " + file.string());
+  try {
+    StoreView view(file);
+    require_store(file, view.look(store_kind) == StoreKind::whole);
+    return view;
+  } catch (const StoreError& error) {
+    fail_at(file, error.what());
+  }
 }
 
-void open_or_make(SqliteStore& store, const Config& config) {
+SqliteStore open_to_change(const Config& config) {
+  const fs::path& file = config.storage.local_db;
+  if (!fs::is_regular_file(file)) throw std::runtime_error("no store at " + file.string());
+  return open_or_make(config);
+}
+
+SqliteStore open_or_make(const Config& config) {
   const fs::path& file = config.storage.local_db;
   if (file.empty() || file == ":memory:") {
     throw std::runtime_error("storage.local_db names no file");
   }
-  using std::chrono::steady_clock;
-  const auto deadline = steady_clock::now() + std::chrono::seconds(2);
-  while (fs::exists(file) && fs::file_size(file) > 0) {
-    try {
-      return open_to_change(store, config);
-    } catch (const std::runtime_error&) {
-      // Another process may be making it at this moment.
-      if (steady_clock::now() > deadline) throw;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+  try {
+    if (fs::exists(file)) require_own_database(file);
+    SqliteStore store;
+    store.open(file);
+    complete_schema(store);
+    return store;
+  } catch (const StoreError& error) {
+    fail_at(file, error.what());
   }
-  store.open(file);
-  store.apply_schema();
 }
 
 }  // namespace zunol_monitoring::ctl

@@ -13,7 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "base/environment.h"
+#include "zunol_monitoring/base/environment.h"
 
 namespace zunol_monitoring::ctl {
 namespace {

@@ -8,23 +8,19 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "base/clock.h"
-#include "config/load.h"
 #include "ctl/age.h"
+#include "ctl/listing.h"
 #include "ctl/open_store.h"
-#include "ctl/output.h"
-#include "ctl/table.h"
 #include "ctl/tool.h"
-#include "history/queueing_history_writer.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/config/load.h"
+#include "history/delivery.h"
+#include "store/due_rows.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
 
 using nlohmann::json;
-
-/// A longer table is printed in pieces of so many rows, each below its heads, so that a long queue
-/// costs no memory.
-constexpr int rows_of_a_piece = 1000;
 
 /// "due", or when the next attempt comes.
 std::string next_attempt_text(const PendingSyncRow& row, const std::string& now) {
@@ -44,29 +40,24 @@ json row_json(const PendingSyncRow& row, const std::string& now) {
 }
 
 int list(const Tool& tool, int limit) {
-  SqliteStore store;
-  open_to_look(store, load_config(tool.config));
+  StoreView view = look_at_store(load_config(tool.config));
   const std::string now = utc_timestamp_iso();
-  const std::vector<std::string> heads = {"EVENT", "AGE", "ATTEMPTS", "NEXT", "LAST ERROR"};
-  Table table(heads);
-  std::int64_t shown = 0;
-  store.visit_pending_sync_rows(limit, [&](const PendingSyncRow& row) {
-    ++shown;
-    if (tool.json) return print_json(row_json(row, now));
-    table.add({row.event_id, age_text(row.created_at), std::to_string(row.attempt_count),
-               next_attempt_text(row, now), row.last_error});
-    if (shown % rows_of_a_piece != 0) return;
-    print(table.text(terminal_width()));
-    table = Table(heads);
+  Listing listing(tool.json, {"EVENT", "AGE", "ATTEMPTS", "NEXT", "LAST ERROR"});
+  const auto json_of = [&](const PendingSyncRow& row) { return row_json(row, now); };
+  const auto cells_of = [&](const PendingSyncRow& row) -> std::vector<std::string> {
+    return {row.event_id, age_text(row.created_at), std::to_string(row.attempt_count),
+            next_attempt_text(row, now), row.last_error};
+  };
+  const RowIds ids = view.look([&](sqlite3* db) { return pending_row_ids(db, limit); });
+  visit_rows(view, ids, pending_rows, [&](const PendingSyncRow& row) {
+    listing.add(row, json_of, cells_of);
+    return true;
   });
-  if (tool.json) return done;
-  if (shown == 0 || shown % rows_of_a_piece != 0) print(table.text(terminal_width()));
-  if (shown == limit) {
-    const std::int64_t pending = store.count_pending_sync_rows();
-    if (pending > shown) {
-      print(std::to_string(shown) + " of " + std::to_string(pending) +
-            " rows; --limit shows more\n");
-    }
+  listing.finish();
+  if (tool.json || ids.size() < static_cast<std::size_t>(limit)) return done;
+  const std::int64_t pending = view.look(count_pending_sync_rows);
+  if (pending > limit) {
+    print(std::to_string(limit) + " of " + std::to_string(pending) + " rows; --limit shows more\n");
   }
   return done;
 }
@@ -123,9 +114,7 @@ json stats_json(const SyncQueueStats& stats) {
 }
 
 int show_stats(const Tool& tool) {
-  SqliteStore store;
-  open_to_look(store, load_config(tool.config));
-  const SyncQueueStats stats = store.sync_queue_stats();
+  const SyncQueueStats stats = look_at_store(load_config(tool.config)).look(sync_queue_stats);
   if (tool.json) {
     print_json(stats_json(stats));
   } else {
@@ -165,52 +154,76 @@ volatile std::sig_atomic_t interrupted = 0;
 /// Ends a flush behind the row that was on its way.
 struct Interrupted {};
 
-/// Each row that is due now once: one that fails may be due again before the last one had its turn.
-int flush(const Tool& tool, bool all) {
-  const Config config = load_config(tool.config);
-  if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is delivered");
-  if (config.vorn.queue_only) {
-    throw std::runtime_error("vorn.queue_only=true: nothing is delivered");
+Config load_delivering_config(const Tool& tool) {
+  Config config = load_config(tool.config);
+  for (const auto& [closed, gate] : {std::pair(!config.vorn.enabled, "vorn.enabled=false"),
+                                     {config.vorn.queue_only, "vorn.queue_only=true"}}) {
+    if (closed) throw std::runtime_error(std::string(gate) + ": nothing is delivered");
   }
-  SqliteStore store;
-  open_to_change(store, config);
-  if (all) store.make_sync_events_due();
-  const std::string now = utc_timestamp_iso();
-  const std::int64_t due = store.sync_queue_stats().due;
-  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { interrupted = 1; });
+  return config;
+}
 
-  QueueingVornHistoryWriter writer(config, store);
-  const ProgressBar progress(due);
-  std::int64_t delivered = 0;
-  std::int64_t failures = 0;
-  const auto tell = [&](const VornSyncItem& row, const std::string* failure) {
-    ++(failure == nullptr ? delivered : failures);
-    if (failure != nullptr && tool.json) {
+/// What a flush tells on its way and at its end.
+class FlushReport {
+ public:
+  FlushReport(const Tool& tool, std::int64_t due) : json_(tool.json), progress_(due) {}
+
+  std::int64_t rows() const { return delivered_ + failures_; }
+
+  void add(const VornSyncItem& row, const std::string* failure) {
+    ++(failure == nullptr ? delivered_ : failures_);
+    if (failure != nullptr && json_) {
       print_json({{"event_id", row.event_id}, {"error", *failure}});
     } else if (failure != nullptr) {
-      progress.clear();
+      progress_.clear();
       print(coloured(Colour::red, "failed") + ' ' + printable(row.event_id + ": " + *failure) +
             '\n');
     }
     finish_output();
-    progress.show(delivered + failures);
+    progress_.show(rows());
+  }
+  /// The exit status.
+  int finish() {
+    progress_.clear();
+    if (interrupted != 0) print_error("interrupted; the other events stay in the queue");
+    if (json_) {
+      print_json(
+          {{"delivered", delivered_}, {"failed", failures_}, {"interrupted", interrupted != 0}});
+    } else {
+      print(std::to_string(delivered_) + " delivered, " + std::to_string(failures_) + " failed\n");
+    }
+    return failures_ == 0 && interrupted == 0 ? done : failed;
+  }
+
+ private:
+  bool json_;
+  ProgressBar progress_;
+  std::int64_t delivered_ = 0;
+  std::int64_t failures_ = 0;
+};
+
+/// Each row that is due now once: one that fails may be due again before the last one had its turn.
+int flush(const Tool& tool, bool all) {
+  const Config config = load_delivering_config(tool);
+  SqliteStore store = open_to_change(config);
+  if (all) make_sync_events_due(store);
+  Delivery delivery{.due_at = utc_timestamp_iso()};
+  const std::int64_t due = count_due_sync_rows(StoreConnection::of(store), delivery.due_at);
+  FlushReport report(tool, due);
+  delivery.tell = [&report](const VornSyncItem& row, const std::string* failure) {
+    report.add(row, failure);
     if (interrupted != 0) throw Interrupted();
   };
+
+  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { interrupted = 1; });
   try {
-    for (std::int64_t before = -1; before != delivered + failures && before < due;) {
-      before = delivered + failures;
-      writer.flush(tell, now);
+    for (std::int64_t before = -1; before != report.rows() && before < due;) {
+      before = report.rows();
+      deliver_due_events(config, store, delivery);
     }
   } catch (const Interrupted&) {
-    print_error("interrupted; the other events stay in the queue");
   }
-  progress.clear();
-  if (tool.json) {
-    print_json({{"delivered", delivered}, {"failed", failures}, {"interrupted", interrupted != 0}});
-  } else {
-    print(std::to_string(delivered) + " delivered, " + std::to_string(failures) + " failed\n");
-  }
-  return failures == 0 && interrupted == 0 ? done : failed;
+  return report.finish();
 }
 
 }  // namespace

@@ -3,12 +3,11 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "config/load.h"
 #include "ctl/age.h"
+#include "ctl/listing.h"
 #include "ctl/open_store.h"
-#include "ctl/output.h"
-#include "ctl/table.h"
 #include "ctl/tool.h"
+#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -68,34 +67,29 @@ std::string number_text(double value) {
   return text;
 }
 
-/// Prints the records as JSON, one a line, or as a table of the cells that `cells_of` makes of
-/// each.
-template <class Record, class CellsOf>
-int print_records(const Tool& tool, const std::vector<Record>& records,
-                  std::vector<std::string> heads, CellsOf cells_of) {
-  Table table(std::move(heads));
-  for (const Record& record : records) {
-    if (tool.json) {
-      print_json(to_json(record));
-    } else {
-      table.add(cells_of(record));
-    }
-  }
-  if (!tool.json) print(table.text(terminal_width()));
+template <class Read, class Wanted, class CellsOf>
+int print_records(const Tool& tool, const Filters& filters, StoreView& view, const RowIds& ids,
+                  Read read, Wanted wanted, std::vector<std::string> heads, CellsOf cells_of) {
+  Listing listing(tool.json, std::move(heads));
+  int left = filters.limit;
+  visit_rows(view, ids, read, [&](const auto& record) {
+    if (!wanted(record)) return true;
+    listing.add(record, [](const auto& r) { return to_json(r); }, cells_of);
+    return --left > 0;
+  });
+  listing.finish();
   return done;
 }
 
+constexpr auto all = [](const auto&) { return true; };
+
 int list_incidents(const Tool& tool, const Filters& filters) {
-  SqliteStore store;
-  open_to_look(store, load_config(tool.config));
-  std::vector<Incident> incidents;
-  store.visit_incidents([&](const Incident& incident) {
-    const bool wanted = (!filters.open || is_open(incident.status)) &&
-                        (filters.level.empty() || filters.level == severity_name(incident.level));
-    if (wanted) incidents.push_back(incident);
-    return incidents.size() < static_cast<std::size_t>(filters.limit);
-  });
-  return print_records(tool, incidents,
+  StoreView view = look_at_store(load_config(tool.config));
+  const auto wanted = [&](const Incident& incident) {
+    return (!filters.open || is_open(incident.status)) &&
+           (filters.level.empty() || filters.level == severity_name(incident.level));
+  };
+  return print_records(tool, filters, view, view.look(incident_ids), incidents, wanted,
                        {"LEVEL", "STATUS", "SEEN", "FIRST", "TIMES", "TARGET", "TITLE", "ID"},
                        [](const Incident& i) -> std::vector<std::string> {
                          return {severity_name(i.level),
@@ -110,10 +104,12 @@ int list_incidents(const Tool& tool, const Filters& filters) {
 }
 
 int list_journal(const Tool& tool, const Filters& filters) {
-  SqliteStore store;
-  open_to_look(store, load_config(tool.config));
+  StoreView view = look_at_store(load_config(tool.config));
+  const RowIds ids = view.look([&](sqlite3* db) {
+    return journal_ids(db, filters.category, std::min(filters.limit, max_journal_listing));
+  });
   return print_records(
-      tool, store.list_journal(filters.limit, filters.category),
+      tool, filters, view, ids, journal_entries, all,
       {"TIME", "AGE", "CATEGORY", "ACTION", "STATUS", "MESSAGE"},
       [](const JournalEntry& e) -> std::vector<std::string> {
         return {e.created_at, age_text(e.created_at), e.category, e.action, e.status, e.message};
@@ -121,10 +117,11 @@ int list_journal(const Tool& tool, const Filters& filters) {
 }
 
 int list_results(const Tool& tool, const Filters& filters) {
-  SqliteStore store;
-  open_to_look(store, load_config(tool.config));
+  StoreView view = look_at_store(load_config(tool.config));
+  const RowIds ids = view.look(
+      [&](sqlite3* db) { return check_result_ids(db, filters.check_type, filters.limit); });
   return print_records(
-      tool, store.list_check_results(filters.limit, filters.check_type),
+      tool, filters, view, ids, check_results, all,
       {"TIME", "AGE", "TYPE", "NAME", "TARGET", "STATE", "LEVEL", "VALUE", "MESSAGE"},
       [](const CheckResult& r) -> std::vector<std::string> {
         return {

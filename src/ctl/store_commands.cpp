@@ -3,16 +3,18 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "config/load.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/table.h"
 #include "ctl/tool.h"
+#include "store/inspection.h"
+#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
 
 using nlohmann::json;
+namespace fs = std::filesystem;
 
 /// "512 B", "10.0 MiB".
 std::string bytes_text(std::uint64_t bytes) {
@@ -34,12 +36,11 @@ std::string size_text(std::uint64_t bytes, std::uint64_t limit) {
 
 int show_status(const Tool& tool) {
   const Config config = load_config(tool.config);
-  SqliteStore store;
-  open_to_look(store, config);
-  const std::uint64_t bytes = store.local_size_bytes();
+  StoreView view = look_at_store(config);
+  const std::uint64_t bytes = store_size_bytes(fs::canonical(config.storage.local_db));
   const std::uint64_t limit = config.storage.max_local_bytes;
-  const auto tables = store.count_table_rows();
-  const int open_incidents = store.count_open_incidents();
+  const auto tables = view.look(count_table_rows);
+  const std::int64_t open_incidents = view.look(count_open_incidents);
   if (tool.json) {
     json rows = json::object();
     for (const TableRows& table : tables) rows[table.table] = table.rows;
@@ -60,8 +61,7 @@ int show_status(const Tool& tool) {
 
 int maintain(const Tool& tool) {
   const Config config = load_config(tool.config);
-  SqliteStore store;
-  open_to_change(store, config);
+  SqliteStore store = open_to_change(config);
   const std::uint64_t limit = config.storage.max_local_bytes;
   const std::uint64_t before = store.local_size_bytes();
   store.run_maintenance(config.storage.max_local_incidents, limit);

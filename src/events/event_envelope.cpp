@@ -1,80 +1,84 @@
-#include "events/event_envelope.h"
+#include "zunol_monitoring/events/event_envelope.h"
 
 #include <algorithm>
-#include <array>
 #include <nlohmann/json.hpp>
+#include <utility>
+
+#include "events/judge.h"
 
 namespace zunol_monitoring {
 namespace {
 
-/// The keys of an event in the order in which they are looked for, and judged.
-enum Key : std::size_t {
-  schema,
-  event_id,
-  agent_id,
-  project_id,
-  server_name,
-  type,
-  level,
-  created_at,
-  payload,
-  key_count
-};
-constexpr std::array<std::string_view, key_count> key_names = {
-    "schema", "event_id", "agent_id",   "project_id", "server_name",
-    "type",   "level",    "created_at", "payload"};
+std::string no_text(const char* key) {
+  return std::string("field must be a non-empty string: ") + key;
+}
 
 }  // namespace
 
 const std::vector<std::string>& known_event_types() {
+  namespace type = event_type;
   static const std::vector<std::string> types = {
-      "agent_started",
-      "agent_stopped",
-      "agent_iteration_failed",
-      "check_failed",
-      "check_recovered",
-      "incident_acknowledged",
-      "incident_auto_resolved",
-      "incident_created",
-      "incident_escalated",
-      "incident_investigating",
-      "incident_muted",
-      "incident_resolved",
-      "incident_snoozed",
-      "telegram_action_received",
-      "telegram_notification_failed",
-      "telegram_notification_sent",
-      "test_event",
+      type::agent_started,
+      type::agent_stopped,
+      type::agent_iteration_failed,
+      type::check_failed,
+      type::check_recovered,
+      type::incident_acknowledged,
+      type::incident_auto_resolved,
+      type::incident_created,
+      type::incident_escalated,
+      type::incident_investigating,
+      type::incident_muted,
+      type::incident_resolved,
+      type::incident_snoozed,
+      type::telegram_action_received,
+      type::telegram_notification_failed,
+      type::telegram_notification_sent,
+      type::test_event,
   };
   return types;
 }
 
 std::optional<std::string> validate_event(const nlohmann::json& event) {
   if (!event.is_object()) return "event must be a JSON object";
-  std::array<const nlohmann::json*, key_count> values{};
-  for (std::size_t key = 0; key < key_count; ++key) {
-    const auto found = event.find(key_names[key]);
-    if (found == event.end()) return "missing required field: " + std::string(key_names[key]);
-    values[key] = &*found;
+  for (const char* key : {"schema", "event_id", "agent_id", "project_id", "server_name", "type",
+                          "level", "created_at", "payload"}) {
+    if (!event.contains(key)) return std::string("missing required field: ") + key;
   }
+  const auto text = [&event](const char* key) {
+    return event.find(key)->get_ptr<const std::string*>();
+  };
+  return judge_event_values({.schema = text("schema"),
+                             .event_id = text("event_id"),
+                             .agent_id = text("agent_id"),
+                             .project_id = text("project_id"),
+                             .server_name = text("server_name"),
+                             .type = text("type"),
+                             .level = text("level"),
+                             .created_at = text("created_at"),
+                             .payload_is_object = event.find("payload")->is_object()});
+}
 
-  std::array<const std::string*, payload> texts{};
-  for (std::size_t key = schema; key < payload; ++key) {
-    texts[key] = values[key]->get_ptr<const std::string*>();
-    // An empty schema is a wrong one.
-    if (texts[key] == nullptr || (texts[key]->empty() && key != schema)) {
-      return "field must be a non-empty string: " + std::string(key_names[key]);
-    }
-    if (key == schema && *texts[key] != event_schema) return "unsupported schema: " + *texts[key];
+std::optional<std::string> judge_event_values(const EventValues& values) {
+  if (values.schema == nullptr) return no_text("schema");
+  if (*values.schema != event_schema) return "unsupported schema: " + *values.schema;
+  for (const auto& [key, text] : {std::pair("event_id", values.event_id),
+                                  {"agent_id", values.agent_id},
+                                  {"project_id", values.project_id},
+                                  {"server_name", values.server_name},
+                                  {"type", values.type},
+                                  {"level", values.level},
+                                  {"created_at", values.created_at}}) {
+    if (text == nullptr || text->empty()) return no_text(key);
   }
-
-  if (std::ranges::find(known_event_types(), *texts[type]) == known_event_types().end()) {
-    return "unknown event type: " + *texts[type];
+  if (std::ranges::find(known_event_types(), *values.type) == known_event_types().end()) {
+    return "unknown event type: " + *values.type;
   }
-  if (*texts[level] != "info" && *texts[level] != "warning" && *texts[level] != "critical") {
+  if (*values.level != event_level::info && *values.level != event_level::warning &&
+      *values.level != event_level::critical) {
     return "level must be info, warning or critical";
   }
-  if (!values[payload]->is_object()) return "payload must be a JSON object";
+  if (!values.payload_is_object) return "payload must be a JSON object";
   return std::nullopt;
 }
 

@@ -1,7 +1,7 @@
 // The agent's small state, a text for each key: the table agent_state. Retention leaves it alone.
-#include "base/clock.h"
-#include "store/sqlite_store.h"
 #include "store/statement.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 

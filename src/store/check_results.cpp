@@ -1,10 +1,11 @@
-#include "store/check_results.h"
+#include "zunol_monitoring/store/check_results.h"
 
 #include <nlohmann/json.hpp>
 
 #include "base/json_depth.h"
-#include "store/sqlite_store.h"
+#include "store/inspection.h"
 #include "store/statement.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -29,7 +30,7 @@ Labels read_labels(const std::string& text) {
   const json object = json::parse(text, nullptr, false);
   if (!object.is_object()) return labels;
   for (const auto& [key, value] : object.get_ref<const json::object_t&>()) {
-    if (nested_deeper_than(max_data_depth, value)) break;  // beyond what can be written
+    if (nested_deeper_than(max_data_depth, value)) continue;  // beyond what can be written
     labels.emplace_hint(labels.end(), key,
                         value.is_string() ? value.get<std::string>() : value.dump());
   }
@@ -98,6 +99,18 @@ std::optional<double> SqliteStore::max_check_value(const std::string& check_type
                              "SELECT max(value) FROM check_results WHERE check_type=? AND "
                              "check_name=? AND created_at>=?")
                        .bind(check_type, check_name, since));
+}
+
+RowIds check_result_ids(sqlite3* db, const std::string& check_type, int limit) {
+  return Statement(db,
+                   "SELECT id FROM check_results WHERE ?1='' OR check_type=?1 ORDER BY created_at "
+                   "DESC, id DESC LIMIT ?2")
+      .bind(check_type, limit)
+      .row_ids();
+}
+
+std::vector<CheckResult> check_results(sqlite3* db, std::span<const std::int64_t> ids) {
+  return Statement(db, select_result + "WHERE id=?").each(ids, read_result);
 }
 
 }  // namespace zunol_monitoring

@@ -1,12 +1,13 @@
-#include "store/incidents.h"
+#include "zunol_monitoring/store/incidents.h"
 
 #include <array>
 #include <cstddef>
 #include <string>
 
-#include "base/clock.h"
-#include "store/sqlite_store.h"
+#include "store/inspection.h"
 #include "store/statement.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -131,10 +132,12 @@ std::vector<IncidentEvent> SqliteStore::list_incident_events(const std::string& 
       .all(read_event);
 }
 
-void SqliteStore::visit_incidents(const std::function<bool(const Incident&)>& take) {
-  Statement rows(db, select_incident + "ORDER BY last_seen_at DESC");
-  while (rows.next_or_raise() && take(read_incident(rows))) {
-  }
+RowIds incident_ids(sqlite3* db) {
+  return Statement(db, "SELECT rowid FROM incidents ORDER BY last_seen_at DESC, rowid").row_ids();
+}
+
+std::vector<Incident> incidents(sqlite3* db, std::span<const std::int64_t> ids) {
+  return Statement(db, select_incident + "WHERE rowid=?").each(ids, read_incident);
 }
 
 }  // namespace zunol_monitoring

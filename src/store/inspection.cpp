@@ -1,37 +1,71 @@
 #include "store/inspection.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <set>
 
-#include "base/clock.h"
-#include "store/sqlite_store.h"
+#include "store/connection.h"
 #include "store/statement.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
+namespace {
 
-void SqliteStore::visit_pending_sync_rows(int limit,
-                                          const std::function<void(const PendingSyncRow&)>& take) {
-  // Which rows they are stands in the index; only those are read.
+std::int64_t count(Statement& rows) { return rows.next_or_raise() ? rows.integer64(0) : 0; }
+
+/// "table.column" for each column of each table.
+std::set<std::string> columns_of_tables(sqlite3* db) {
+  Statement columns(db,
+                    "SELECT tables.name || '.' || columns.name FROM sqlite_schema AS tables "
+                    "JOIN pragma_table_info(tables.name) AS columns WHERE tables.type='table'");
+  std::set<std::string> names;
+  while (columns.next_or_raise()) names.insert(columns.text(0));
+  return names;
+}
+
+}  // namespace
+
+RowIds pending_row_ids(sqlite3* db, int limit) {
   Statement rows(db,
-                 "SELECT event_id, created_at, attempt_count, next_attempt_at, last_error FROM "
-                 "vorn_sync_queue WHERE rowid IN (SELECT rowid FROM vorn_sync_queue WHERE "
-                 "status='pending' ORDER BY created_at LIMIT ?) ORDER BY created_at");
-  rows.bind(limit);
-  while (rows.next_or_raise()) {
-    take({.event_id = rows.text(0),
-          .created_at = rows.text(1),
-          .attempt_count = rows.integer(2),
-          .next_attempt_at = rows.text(3),
-          .last_error = rows.text(4)});
-  }
+                 "SELECT rowid FROM vorn_sync_queue WHERE status='pending' ORDER BY created_at, "
+                 "rowid LIMIT ?");
+  return rows.bind(limit).row_ids();
 }
 
-std::int64_t SqliteStore::count_pending_sync_rows() {
-  Statement count(db, "SELECT count(*) FROM vorn_sync_queue WHERE status='pending'");
-  return count.next_or_raise() ? count.integer64(0) : 0;
+std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids) {
+  Statement row(db,
+                "SELECT event_id, created_at, attempt_count, next_attempt_at, last_error FROM "
+                "vorn_sync_queue WHERE rowid=? AND status='pending'");
+  return row.each(ids, [](const Statement& found) {
+    return PendingSyncRow{.event_id = found.text(0),
+                          .created_at = found.text(1),
+                          .attempt_count = found.integer(2),
+                          .next_attempt_at = found.text(3),
+                          .last_error = found.text(4)};
+  });
 }
 
-SyncQueueStats SqliteStore::sync_queue_stats() {
+std::int64_t count_pending_sync_rows(sqlite3* db) {
+  Statement rows(db, "SELECT count(*) FROM vorn_sync_queue WHERE status='pending'");
+  return count(rows);
+}
+
+std::int64_t count_due_sync_rows(sqlite3* db, const std::string& at) {
+  Statement rows(
+      db, "SELECT count(*) FROM vorn_sync_queue WHERE status='pending' AND next_attempt_at<=?");
+  rows.bind(at);
+  return count(rows);
+}
+
+std::int64_t count_open_incidents(sqlite3* db) {
+  Statement rows(db,
+                 "SELECT count(*) FROM incidents WHERE status NOT IN ('resolved','auto_resolved')");
+  return count(rows);
+}
+
+SyncQueueStats sync_queue_stats(sqlite3* db) {
   const auto now = std::chrono::system_clock::now();
   // All that this one asks stands in the index of pending rows.
   Statement ages(db,
@@ -66,17 +100,30 @@ SyncQueueStats SqliteStore::sync_queue_stats() {
   return stats;
 }
 
-std::vector<TableRows> SqliteStore::count_table_rows() {
-  std::vector<TableRows> counts;
+std::vector<TableRows> count_table_rows(sqlite3* db) {
   Statement tables(db,
                    "SELECT name, replace(name, '\"', '\"\"') FROM sqlite_schema WHERE type='table' "
-                   "AND name NOT LIKE "
-                   "'sqlite\\_%' ESCAPE '\\' ORDER BY name");
+                   "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
+  std::vector<TableRows> counts;
   while (tables.next_or_raise()) {
     Statement rows(db, "SELECT count(*) FROM \"" + tables.text(1) + '"');
-    counts.push_back({tables.text(0), rows.next_or_raise() ? rows.integer64(0) : 0});
+    counts.push_back({tables.text(0), count(rows)});
   }
   return counts;
+}
+
+StoreKind store_kind(sqlite3* db) {
+  const std::set<std::string> columns = columns_of_tables(db);
+  const std::set<std::string> oldest = {"incidents.fingerprint",    "incidents.id",
+                                        "incidents.last_seen_at",   "vorn_sync_queue.created_at",
+                                        "vorn_sync_queue.event_id", "vorn_sync_queue.payload",
+                                        "vorn_sync_queue.status"};
+  if (std::ranges::includes(columns, oldest)) return StoreKind::whole;
+  Statement others(db, "SELECT 1 FROM sqlite_schema WHERE type NOT IN ('table', 'index') LIMIT 1");
+  if (others.next_or_raise()) return StoreKind::foreign;
+  const SqliteStore fresh(":memory:");
+  const std::set<std::string> ours = columns_of_tables(StoreConnection::of(fresh));
+  return std::ranges::includes(ours, columns) ? StoreKind::partial : StoreKind::foreign;
 }
 
 }  // namespace zunol_monitoring

@@ -1,20 +1,53 @@
-// What a person wants to know of a store: which events wait and for how long, and how full it is.
+// What a person wants to know of a store: which events wait and for how long, what the agent
+// recorded, and how full it is. All of these are for StoreView::look; they raise StoreError when a
+// read fails.
+//
+// A listing has two steps: the row ids of all that it lists, in its order, and then the rows, some
+// at a time. So no statement stays open while a page is printed, and the memory is that of a page.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
+#include <span>
 #include <string>
+#include <vector>
+
+#include "zunol_monitoring/store/check_results.h"
+#include "zunol_monitoring/store/incidents.h"
+#include "zunol_monitoring/store/journal.h"
+
+struct sqlite3;
 
 namespace zunol_monitoring {
+
+using RowIds = std::vector<std::int64_t>;
 
 /// One event that waits, without its payload.
 struct PendingSyncRow {
   std::string event_id;
   std::string created_at;
   int attempt_count = 0;
-  std::string next_attempt_at;  ///< empty: due since it was queued
+  std::string next_attempt_at;  ///< empty: due
   std::string last_error;
 };
+
+/// The first `limit` pending rows, oldest first.
+RowIds pending_row_ids(sqlite3* db, int limit);
+/// Those of the rows that are still pending, in the order of the ids.
+std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids);
+
+/// All incidents, those seen last first.
+RowIds incident_ids(sqlite3* db);
+std::vector<Incident> incidents(sqlite3* db, std::span<const std::int64_t> ids);
+
+/// The newest entries of the category, or of all for the empty one.
+RowIds journal_ids(sqlite3* db, const std::string& category, int limit);
+std::vector<JournalEntry> journal_entries(sqlite3* db, std::span<const std::int64_t> ids);
+
+/// The newest results of the type, or of all for the empty one.
+RowIds check_result_ids(sqlite3* db, const std::string& check_type, int limit);
+std::vector<CheckResult> check_results(sqlite3* db, std::span<const std::int64_t> ids);
 
 /// Upper bounds of the classes of age, in seconds: a minute, 10 minutes, an hour, 6 hours, a day
 /// and a week. A last class holds what is older.
@@ -34,9 +67,29 @@ struct SyncQueueStats {
   std::int64_t failed_often = 0;  ///< rows with many_sync_failures or more
 };
 
+SyncQueueStats sync_queue_stats(sqlite3* db);
+std::int64_t count_pending_sync_rows(sqlite3* db);
+std::int64_t count_due_sync_rows(sqlite3* db, const std::string& at);
+std::int64_t count_open_incidents(sqlite3* db);
+
 struct TableRows {
   std::string table;
   std::int64_t rows = 0;
 };
+
+/// Every table, in the order of their names.
+std::vector<TableRows> count_table_rows(sqlite3* db);
+
+/// Bytes of the database `file` and its -wal and -shm files together; 0 for what is missing,
+/// unreadable or no regular file.
+std::uint64_t store_size_bytes(const std::filesystem::path& file);
+
+/// What a database is to the product.
+enum class StoreKind {
+  whole,    ///< it has the outbox and the incidents with the columns that they always had
+  partial,  ///< some of the store's tables, or none, and nothing of others: a first start cut short
+  foreign
+};
+StoreKind store_kind(sqlite3* db);
 
 }  // namespace zunol_monitoring

@@ -1,11 +1,12 @@
-#include "store/journal.h"
+#include "zunol_monitoring/store/journal.h"
 
 #include <algorithm>
 #include <string>
 
-#include "base/clock.h"
-#include "store/sqlite_store.h"
+#include "store/inspection.h"
 #include "store/statement.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -43,6 +44,18 @@ std::vector<JournalEntry> SqliteStore::list_journal(int limit, const std::string
   return Statement(db, select_entry + "WHERE category=? ORDER BY id DESC LIMIT ?")
       .bind(category, bounded)
       .all(read_entry);
+}
+
+RowIds journal_ids(sqlite3* db, const std::string& category, int limit) {
+  return Statement(db,
+                   "SELECT id FROM agent_journal WHERE ?1='' OR category=?1 ORDER BY id DESC "
+                   "LIMIT ?2")
+      .bind(category, limit)
+      .row_ids();
+}
+
+std::vector<JournalEntry> journal_entries(sqlite3* db, std::span<const std::int64_t> ids) {
+  return Statement(db, select_entry + "WHERE id=?").each(ids, read_entry);
 }
 
 }  // namespace zunol_monitoring

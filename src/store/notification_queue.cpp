@@ -1,8 +1,8 @@
-#include "store/notification_queue.h"
+#include "zunol_monitoring/store/notification_queue.h"
 
-#include "base/clock.h"
-#include "store/sqlite_store.h"
 #include "store/statement.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {

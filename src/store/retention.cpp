@@ -1,10 +1,13 @@
 // What leaves the store, and when: resolved incidents beyond a fixed number on every run, all else
 // only when the store has outgrown its limit.
+#include <algorithm>
 #include <string>
 #include <system_error>
 
-#include "store/sqlite_store.h"
+#include "store/connection.h"
+#include "store/inspection.h"
 #include "store/statement.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -42,15 +45,16 @@ void SqliteStore::prune_resolved_incidents(int keep) {
       .run();
 }
 
-std::uint64_t SqliteStore::local_size_bytes() const {
+std::uint64_t store_size_bytes(const std::filesystem::path& file) {
   std::uint64_t size = 0;
-  for (const char* suffix : {"", "-wal", "-shm"}) {
-    size += regular_file_size(path.string() + suffix);
-  }
+  for (const char* suffix : {"", "-wal", "-shm"}) size += regular_file_size(file.string() + suffix);
   return size;
 }
 
+std::uint64_t SqliteStore::local_size_bytes() const { return store_size_bytes(path); }
+
 void SqliteStore::run_maintenance(int keep_resolved, std::uint64_t max_bytes) {
+  StoreConnection::of(*this);  // the statements below could not say that there is none
   prune_resolved_incidents(keep_resolved);
   if (max_bytes == 0 || local_size_bytes() <= max_bytes) return;
 
@@ -65,6 +69,31 @@ void SqliteStore::run_maintenance(int keep_resolved, std::uint64_t max_bytes) {
   keep_newest(*this, "check_results", rows_kept_by_stage_2);
   keep_newest(*this, "agent_journal", rows_kept_by_stage_2);
   compact(*this);
+}
+
+MaintenanceGain SqliteStore::maintenance_gain(int keep_resolved, std::uint64_t max_bytes) {
+  const auto figure = [this](const std::string& sql) {
+    Statement query(db, sql);
+    return query.next_or_raise() ? query.integer64(0) : 0;
+  };
+  const auto beyond = [&](const std::string& table, const std::string& rows, std::int64_t kept) {
+    return std::max<std::int64_t>(0, figure("SELECT count(*) FROM " + table + rows) - kept);
+  };
+  MaintenanceGain gain;
+  if (keep_resolved > 0) {
+    gain.rows = beyond("incidents", " WHERE status IN ('resolved','auto_resolved')", keep_resolved);
+  }
+  if (max_bytes == 0 || local_size_bytes() <= max_bytes) return gain;
+
+  gain.rows += beyond("check_results", "", rows_kept_by_stage_2) +
+               beyond("agent_journal", "", rows_kept_by_stage_2) +
+               beyond("incident_events",
+                      " WHERE incident_id NOT IN (SELECT id FROM incidents)", 0) +
+               beyond("notification_queue", " WHERE status!='pending'", 0) +
+               beyond("vorn_sync_queue", " WHERE status='sent'", 0);
+  gain.free_bytes = static_cast<std::uint64_t>(figure("PRAGMA freelist_count")) *
+                    static_cast<std::uint64_t>(figure("PRAGMA page_size"));
+  return gain;
 }
 
 }  // namespace zunol_monitoring

@@ -4,8 +4,9 @@
 #include <string_view>
 #include <vector>
 
-#include "store/sqlite_store.h"
+#include "store/connection.h"
 #include "store/statement.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -55,6 +56,7 @@ void create_index(SqliteStore& store, const std::string& index, const std::strin
 }  // namespace
 
 void SqliteStore::apply_schema() {
+  StoreConnection::of(*this);  // the statements below could not say that there is none
   create_table(*this, db, "incidents",
                {{"id TEXT PRIMARY KEY"},
                 {"fingerprint TEXT NOT NULL"},

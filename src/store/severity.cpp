@@ -1,4 +1,4 @@
-#include "store/severity.h"
+#include "zunol_monitoring/store/severity.h"
 
 #include "base/lower_case.h"
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -13,15 +14,15 @@ struct sqlite3_stmt;
 
 namespace zunol_monitoring {
 
-/// Failures raise std::runtime_error with the text of sqlite3_errmsg. The statement is finalised on
-/// every way out.
+/// Failures raise StoreError with the text of sqlite3_errmsg, or with "the store is closed" where the
+/// database is null. The statement is finalised on every way out.
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql);
   Statement(sqlite3* database, const std::string& sql) : Statement(database, sql.c_str()) {}
 
-  /// Binds the values to the parameters, from the first on: text, int or double. SQLite takes a
-  /// copy.
+  /// Binds the values to the parameters, from the first on: text, integer or double. SQLite
+  /// takes a copy.
   template <class... Values>
   Statement& bind(const Values&... values) {
     int index = 0;
@@ -31,8 +32,8 @@ class Statement {
 
   /// Runs a statement that writes.
   void run();
-  /// Steps to the next row of a statement that reads; false when there is none, for whatever
-  /// reason.
+  /// Steps to the next row of a statement that reads; false when there is none. A failure ends the
+  /// rows as well, with one line in the log: "store listing cut short: " and SQLite's text.
   bool next();
   /// The same, but a failure raises: an answer that is cut short would be a wrong one.
   bool next_or_raise();
@@ -51,6 +52,20 @@ class Statement {
     return record;
   }
 
+  /// The integers of the first column of all rows. A failure raises.
+  std::vector<std::int64_t> row_ids();
+  /// What `read` makes of the first row for each value of the one parameter, if one comes. A failure
+  /// raises.
+  template <class Read>
+  auto each(std::span<const std::int64_t> values, Read read) {
+    std::vector<std::invoke_result_t<Read, const Statement&>> records;
+    for (const std::int64_t value : values) {
+      if (bind(value).next_or_raise()) records.push_back(read(*this));
+      restart();
+    }
+    return records;
+  }
+
   // Columns of the present row, from 0. A NULL reads as "" or 0; text ends at its first zero byte.
   std::string text(int column) const;
   int integer(int column) const;
@@ -65,8 +80,10 @@ class Statement {
 
   void bind_one(int index, const std::string& value);
   void bind_one(int index, int value);
+  void bind_one(int index, std::int64_t value);
   void bind_one(int index, double value);
   void require(bool good) const;
+  void restart();
 
   sqlite3* database_;
   std::unique_ptr<sqlite3_stmt, Finalizer> statement_;

@@ -1,11 +1,13 @@
-#include "store/sync_queue.h"
+#include "zunol_monitoring/store/sync_queue.h"
 
 #include <algorithm>
 #include <chrono>
 
-#include "base/clock.h"
-#include "store/sqlite_store.h"
+#include "store/connection.h"
+#include "store/due_rows.h"
 #include "store/statement.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -36,18 +38,18 @@ void SqliteStore::enqueue_sync_event(const std::string& event_id, const std::str
 }
 
 std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_not_due) {
-  if (include_not_due) {
-    return Statement(db, select_pending + "ORDER BY created_at ASC LIMIT ?")
-        .bind(limit)
-        .all(read_item);
-  }
-  return list_sync_events_due(limit, utc_timestamp_iso());
+  if (!include_not_due) return list_due_sync_events(*this, limit, utc_timestamp_iso());
+  return Statement(db, select_pending + "ORDER BY created_at ASC LIMIT ?")
+      .bind(limit)
+      .all(read_item);
 }
 
-std::vector<VornSyncItem> SqliteStore::list_sync_events_due(int limit, const std::string& at) {
-  return Statement(db, select_pending +
-                           "AND (next_attempt_at='' OR next_attempt_at<=?) "
-                           "ORDER BY created_at ASC LIMIT ?")
+std::vector<VornSyncItem> list_due_sync_events(SqliteStore& store, int limit,
+                                               const std::string& at) {
+  return Statement(StoreConnection::of(store),
+                   select_pending +
+                       "AND (next_attempt_at='' OR next_attempt_at<=?) "
+                       "ORDER BY created_at ASC LIMIT ?")
       .bind(at, limit)
       .all(read_item);
 }
@@ -74,8 +76,10 @@ void SqliteStore::record_sync_failure(const std::string& event_id, const std::st
       .run();
 }
 
-void SqliteStore::make_sync_events_due() {
-  exec("UPDATE vorn_sync_queue SET next_attempt_at='' WHERE status='pending'");
+void make_sync_events_due(SqliteStore& store) {
+  Statement(StoreConnection::of(store),
+            "UPDATE vorn_sync_queue SET next_attempt_at='' WHERE status='pending'")
+      .run();
 }
 
 }  // namespace zunol_monitoring

@@ -1,4 +1,4 @@
-#include "base/clock.h"
+#include "zunol_monitoring/base/clock.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -9,9 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "base/environment.h"
-#include "base/files.h"
 #include "tests/support.h"
+#include "zunol_monitoring/base/environment.h"
+#include "zunol_monitoring/base/files.h"
 
 using namespace zunol_monitoring;
 

@@ -1,4 +1,4 @@
-#include "base/command_runner.h"
+#include "zunol_monitoring/base/command_runner.h"
 
 #include <gtest/gtest.h>
 

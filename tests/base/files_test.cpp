@@ -1,4 +1,4 @@
-#include "base/files.h"
+#include "zunol_monitoring/base/files.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,12 +1,12 @@
-#include "base/log.h"
+#include "zunol_monitoring/base/log.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "base/files.h"
 #include "tests/support.h"
+#include "zunol_monitoring/base/files.h"
 
 using namespace zunol_monitoring;
 

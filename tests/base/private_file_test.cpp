@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "base/files.h"
 #include "tests/support.h"
+#include "zunol_monitoring/base/files.h"
 
 using namespace zunol_monitoring;
 

@@ -1,9 +1,9 @@
-#include "config/load.h"
+#include "zunol_monitoring/config/load.h"
 
 #include <gtest/gtest.h>
 
-#include "config/render.h"
 #include "tests/config/load_text.h"
+#include "zunol_monitoring/config/render.h"
 
 using namespace zunol_monitoring;
 

@@ -3,9 +3,9 @@
 
 #include <sstream>
 
-#include "base/files.h"
-#include "config/load.h"
 #include "tests/support.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/config/load.h"
 
 using Texts = std::vector<std::string>;
 

@@ -1,4 +1,4 @@
-#include "config/overlay.h"
+#include "zunol_monitoring/config/overlay.h"
 
 #include <gtest/gtest.h>
 #include <yaml-cpp/yaml.h>

@@ -5,9 +5,9 @@
 #include <array>
 #include <random>
 
-#include "config/render.h"
-#include "config/validate.h"
 #include "tests/config/load_text.h"
+#include "zunol_monitoring/config/render.h"
+#include "zunol_monitoring/config/validate.h"
 
 using namespace zunol_monitoring;
 

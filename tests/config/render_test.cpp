@@ -1,10 +1,11 @@
-#include "config/render.h"
+#include "zunol_monitoring/config/render.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 
 #include "config/key_reader.h"
+#include "config/keys/config_keys.h"
 #include "tests/config/load_text.h"
 
 using namespace zunol_monitoring;

@@ -1,9 +1,10 @@
-#include "config/secret_files.h"
+#include "zunol_monitoring/config/secret_files.h"
 
 #include <gtest/gtest.h>
 
-#include "base/files.h"
+#include "config/fixed_secret_files.h"
 #include "tests/support.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;

@@ -1,8 +1,9 @@
-#include "config/validate.h"
+#include "zunol_monitoring/config/validate.h"
 
 #include <gtest/gtest.h>
 
 #include "config/key_reader.h"
+#include "config/keys/config_keys.h"
 #include "tests/config/load_text.h"
 
 using namespace zunol_monitoring;

@@ -2,9 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "config/load.h"
-#include "config/render.h"
 #include "tests/ctl/ctl_scene.h"
+#include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/config/render.h"
 
 using nlohmann::json;
 

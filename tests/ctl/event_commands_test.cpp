@@ -2,9 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "events/event_envelope.h"
-#include "store/sqlite_store.h"
 #include "tests/ctl/ctl_scene.h"
+#include "zunol_monitoring/events/event_envelope.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 using nlohmann::json;
 

@@ -2,9 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "store/sqlite_store.h"
 #include "tests/ctl/ctl_scene.h"
 #include "tests/store/sql.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -123,9 +123,9 @@ TEST_F(CtlStore, LookingLeavesNothingAndOthersDatabasesAreLeftAlone) {
   for (const char* words :
        {"queue list", "queue flush", "store maintain", "event send test_event"}) {
     expect_one_error(scene_.run_line(std::string("\"$ctl\" ") + words), 1,
-                     db_.string() + ": no such column: ");
+                     db_.string() + ": it has no store in it");
   }
-  EXPECT_EQ(read_text_file(db_), before);
+  EXPECT_TRUE(read_text_file(db_) == before);
   for (const char* nowhere : {"''", "':memory:'"}) {
     scene_.write("config.yaml", "storage: {local_db: " + std::string(nowhere) + "}\n");
     expect_one_error(scene_.run({"event", "send", "test_event"}), 1,

@@ -1,12 +1,12 @@
-#include "events/build_event.h"
+#include "zunol_monitoring/events/build_event.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
 #include "base/json_depth.h"
-#include "events/event_envelope.h"
 #include "tests/support.h"
+#include "zunol_monitoring/events/event_envelope.h"
 
 using namespace zunol_monitoring;
 using nlohmann::json;

@@ -1,4 +1,4 @@
-#include "events/event_envelope.h"
+#include "zunol_monitoring/events/event_envelope.h"
 
 #include <gtest/gtest.h>
 

@@ -10,10 +10,10 @@
 #include <set>
 #include <thread>
 
-#include "base/files.h"
-#include "config/load.h"
-#include "history/queueing_history_writer.h"
 #include "tests/store/sql.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/history/queueing_history_writer.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;

@@ -3,14 +3,15 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "base/clock.h"
-#include "base/command_runner.h"
-#include "base/files.h"
 #include "base/json_depth.h"
-#include "events/build_event.h"
-#include "history/queueing_history_writer.h"
-#include "history/spool_export.h"
+#include "history/delivery.h"
 #include "tests/store/sql.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/base/command_runner.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/events/build_event.h"
+#include "zunol_monitoring/history/queueing_history_writer.h"
+#include "zunol_monitoring/history/spool_export.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;
@@ -228,9 +229,10 @@ TEST_F(HistoryWriter, AFlushForATimeTakesNoRowTwice) {
           "' WHERE next_attempt_at<>''");
     if (told.size() == 2) deliver_by("true");
   };
-  EXPECT_EQ(writer_.flush(tell, start), 0);
-  EXPECT_EQ(writer_.flush(tell, start), 1);
-  EXPECT_EQ(writer_.flush(tell, start), 0);
+  const Delivery delivery{.due_at = start, .tell = tell};
+  for (const int delivered : {0, 1, 0}) {
+    EXPECT_EQ(deliver_due_events(config_, store_, delivery), delivered);
+  }
   EXPECT_EQ(told, "abc");
 }
 

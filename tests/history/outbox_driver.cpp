@@ -4,9 +4,9 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "base/clock.h"
-#include "config/load.h"
-#include "history/queueing_history_writer.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/history/queueing_history_writer.h"
 
 using namespace zunol_monitoring;
 

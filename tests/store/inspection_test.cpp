@@ -2,16 +2,27 @@
 
 #include <gtest/gtest.h>
 
-#include "base/clock.h"
-#include "base/files.h"
+#include <filesystem>
+
+#include "store/statement.h"
+#include "store/store_view.h"
 #include "tests/store/store_scene.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/base/files.h"
 
 using namespace zunol_monitoring;
+
+namespace fs = std::filesystem;
 
 namespace {
 
 class Inspection : public StoreScene {
  protected:
+  StoreView view() const { return StoreView(file_); }
+  std::vector<PendingSyncRow> pending(int limit) const {
+    return view().look(
+        [limit](sqlite3* db) { return pending_rows(db, pending_row_ids(db, limit)); });
+  }
   void queue(const std::string& id, int age_sec, int attempts, int next_attempt_in_sec) {
     const auto now = std::chrono::system_clock::now();
     const auto at = [now](int sec) { return utc_timestamp_iso(now + std::chrono::seconds(sec)); };
@@ -25,7 +36,7 @@ class Inspection : public StoreScene {
 }  // namespace
 
 TEST_F(Inspection, StatsTellAgesFailuresAndWhatIsDue) {
-  SyncQueueStats none = store_.sync_queue_stats();
+  SyncQueueStats none = view().look(sync_queue_stats);
   EXPECT_EQ(none.pending + none.due + none.failed_often + none.by_age.back(), 0);
   EXPECT_EQ(none.oldest_pending_at + none.oldest_due_at, "");
 
@@ -36,7 +47,7 @@ TEST_F(Inspection, StatsTellAgesFailuresAndWhatIsDue) {
   queue("weeks", 1000000, 1, 100);
   queue("sent", 2000000, 8, 0);
   store_.mark_sync_event_sent("sent");
-  const SyncQueueStats stats = store_.sync_queue_stats();
+  const SyncQueueStats stats = view().look(sync_queue_stats);
   EXPECT_EQ(stats.pending, 5);
   EXPECT_EQ(stats.due, 2);
   EXPECT_EQ(stats.failed_often, 2);
@@ -47,32 +58,75 @@ TEST_F(Inspection, StatsTellAgesFailuresAndWhatIsDue) {
             query("SELECT created_at FROM vorn_sync_queue WHERE event_id='due again'"));
 
   std::string listed;
-  store_.visit_pending_sync_rows(3, [&](const PendingSyncRow& row) {
+  for (const PendingSyncRow& row : pending(3)) {
     listed += row.event_id + ' ' + std::to_string(row.attempt_count) + ' ';
-  });
+  }
   EXPECT_TRUE(listed.starts_with("weeks 1 hours 9 ")) << listed;
+  EXPECT_EQ(view().look(count_pending_sync_rows), 5);
 }
 
 TEST_F(Inspection, LookingChangesNothing) {
-  SqliteStore looking;
-  EXPECT_EQ(error_of([&] { looking.open_read_only(dir_ / "nowhere.db"); }),
-            "unable to open database file");
-  EXPECT_FALSE(std::filesystem::exists(dir_ / "nowhere.db"));
+  EXPECT_ANY_THROW(StoreView(dir_ / "nowhere.db"));
+  EXPECT_FALSE(fs::exists(dir_ / "nowhere.db"));
 
-  store_.exec("DROP INDEX idx_incidents_last_seen");
   store_.append_journal("c", "a", "ok", "", "");
-  looking.open_read_only(file_);
-  EXPECT_EQ(error_of([&] { looking.enqueue_sync_event("a", "b"); }),
+  StoreView looking = view();
+  EXPECT_EQ(error_of([&] {
+              looking.look([](sqlite3* db) {
+                Statement(db, "DELETE FROM agent_journal").run();
+                return 0;
+              });
+            }),
             "attempt to write a readonly database");
   std::string counted;
-  for (const TableRows& row : looking.count_table_rows()) {
+  for (const TableRows& row : looking.look(count_table_rows)) {
     counted += row.table + ' ' + std::to_string(row.rows) + ' ';
   }
   EXPECT_EQ(counted,
             "agent_journal 1 agent_state 0 check_results 0 config_migrations 0 incident_events 0 "
             "incidents 0 notification_queue 0 telegram_actions_cursor 0 vorn_sync_queue 0 ");
-  EXPECT_EQ(query("SELECT count(*) FROM sqlite_schema WHERE name='idx_incidents_last_seen'"),
-            "0\n");
+}
+
+TEST_F(Inspection, ALookFindsTheStoreByEveryNameOfIt) {
+  queue("in the file", 5, 0, 0);
+  const fs::path odd = dir_ / "a?b#c%41 d.db";
+  const fs::path link = dir_ / "link.db";
+  for (const bool in_use : {true, false}) {  // with the row in the -wal file, and in the database
+    if (!in_use) store_.close();
+    fs::create_symlink(file_, link);
+    for (const fs::path& name : {file_, link, fs::path('/' + file_.string())}) {
+      StoreView looking(name);
+      EXPECT_EQ(looking.look(count_pending_sync_rows), 1) << name << in_use;
+    }
+    fs::remove(link);
+  }
+  fs::rename(file_, odd);
+  EXPECT_EQ(StoreView(odd).look(count_pending_sync_rows), 1);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_.path()), {}), 1);
+}
+
+TEST_F(Inspection, WhatIsWrittenDuringALookIsReadAgain) {
+  store_.close();
+  StoreView looking = view();
+  int looks = 0;
+  const auto counted = looking.look([&](sqlite3* db) {
+    if (++looks == 1) {  // another process starts, writes, rewrites the file and ends
+      SqliteStore other(file_);
+      for (const char* id : {"a", "b", "c"}) other.enqueue_sync_event(id, std::string(9000, 'x'));
+      other.exec("VACUUM");
+    }
+    return count_pending_sync_rows(db);
+  });
+  EXPECT_EQ(counted, 3);
+  EXPECT_EQ(looks, 2);
+
+  const SqliteStore agent(file_);  // and one that stays: its -wal file is to be read from now on
+  EXPECT_EQ(looking.look(count_pending_sync_rows), 3);
+  EXPECT_EQ(
+      error_of([&] {
+        looking.look([&](sqlite3* db) { return Statement(db, "SELECT a FROM no_such").next(); });
+      }),
+      "no such table: no_such");
 }
 
 TEST_F(Inspection, ADamagedDatabaseIsNoEmptyOne) {
@@ -83,8 +137,33 @@ TEST_F(Inspection, ADamagedDatabaseIsNoEmptyOne) {
   std::string bytes = read_text_file(file_);
   std::fill(bytes.begin() + 40960, bytes.end(), '\xff');
   write_text_file(file_, bytes);
-  SqliteStore looking;
-  looking.open_read_only(file_);
-  EXPECT_EQ(error_of([&] { looking.visit_pending_sync_rows(1000, [](const auto&) {}); }),
-            "database disk image is malformed");
+  EXPECT_EQ(error_of([&] { pending(1000); }), "database disk image is malformed");
+
+  // The operations of a daemon return what they found, and say so.
+  store_.open(file_);
+  testing::internal::CaptureStderr();
+  EXPECT_LT(store_.list_sync_events(1000, true).size(), 200U);
+  const std::string logged = testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(
+      logged.ends_with(" ERROR store listing cut short: database disk image is malformed\n"))
+      << logged;
+}
+
+TEST_F(Inspection, AFirstStartCutShortIsNoDatabaseOfOthers) {
+  const struct {
+    const char* sql;
+    StoreKind kind;
+  } rows[] = {
+      {"DROP TABLE agent_state", StoreKind::whole},
+      {"CREATE TABLE theirs(a)", StoreKind::whole},  // the daemon's own, beside ours
+      {"DROP TABLE incidents", StoreKind::foreign},
+      {"DROP TABLE theirs", StoreKind::partial},
+      {"CREATE TABLE incidents(id, other)", StoreKind::foreign},
+      {"DROP TABLE incidents", StoreKind::partial},
+      {"CREATE VIEW incidents AS SELECT * FROM vorn_sync_queue", StoreKind::foreign},
+  };
+  for (const auto& row : rows) {
+    store_.exec(row.sql);
+    EXPECT_EQ(view().look(store_kind), row.kind) << row.sql;
+  }
 }

@@ -7,8 +7,8 @@
 #include <random>
 #include <thread>
 
-#include "base/files.h"
 #include "tests/store/store_scene.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace fs = std::filesystem;
 using namespace zunol_monitoring;

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "base/files.h"
-#include "store/sqlite_store.h"
 #include "tests/store/sql.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 using namespace zunol_monitoring;
 

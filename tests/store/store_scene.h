@@ -1,8 +1,8 @@
 // A store in a directory of its own, and a second connection to look at it and to damage it.
 #pragma once
 
-#include "store/sqlite_store.h"
 #include "tests/store/sql.h"
+#include "zunol_monitoring/store/sqlite_store.h"
 
 class StoreScene : public testing::Test {
  protected:

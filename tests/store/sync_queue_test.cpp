@@ -1,9 +1,9 @@
-#include "store/sync_queue.h"
+#include "zunol_monitoring/store/sync_queue.h"
 
 #include <gtest/gtest.h>
 
-#include "base/clock.h"
 #include "tests/store/store_scene.h"
+#include "zunol_monitoring/base/clock.h"
 
 using namespace zunol_monitoring;
 

@@ -1,0 +1,30 @@
+// The whole interface of the library, with the JSON library in whose values its calls take data.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/base/command_runner.h"
+#include "zunol_monitoring/base/environment.h"
+#include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/base/log.h"
+#include "zunol_monitoring/config/config.h"
+#include "zunol_monitoring/config/duration.h"
+#include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/config/overlay.h"
+#include "zunol_monitoring/config/render.h"
+#include "zunol_monitoring/config/secret_files.h"
+#include "zunol_monitoring/config/validate.h"
+#include "zunol_monitoring/events/build_event.h"
+#include "zunol_monitoring/events/event_envelope.h"
+#include "zunol_monitoring/history/history_writer.h"
+#include "zunol_monitoring/history/queueing_history_writer.h"
+#include "zunol_monitoring/history/spool_export.h"
+#include "zunol_monitoring/store/check_results.h"
+#include "zunol_monitoring/store/incidents.h"
+#include "zunol_monitoring/store/journal.h"
+#include "zunol_monitoring/store/notification_queue.h"
+#include "zunol_monitoring/store/severity.h"
+#include "zunol_monitoring/store/sqlite_store.h"
+#include "zunol_monitoring/store/store_error.h"
+#include "zunol_monitoring/store/sync_queue.h"

@@ -1,0 +1,39 @@
+# The Debian packages: cpack -G DEB in the build directory.
+foreach(package zunol-monitoring libzunol-monitoring-dev)
+  install(FILES packaging/debian/copyright
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${package} EXCLUDE_FROM_ALL)
+  zunol_install_gzipped(packaging/debian/changelog changelog
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${package})
+endforeach()
+install(FILES packaging/debian/zunol-monitoring
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides ${runtime} EXCLUDE_FROM_ALL)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "Zunol Monitoring <monitoring@zunol.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "core of the Zunol host monitoring agent")
+set(CPACK_COMPONENTS_ALL zunol-monitoring libzunol-monitoring-dev)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEBIAN_PACKAGE_SECTION admin)
+set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_NAME zunol-monitoring)
+set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_RECOMMENDS "sqlite3")
+set(CPACK_COMPONENT_ZUNOL-MONITORING_DESCRIPTION
+"The command zunol-vorn-append-event, which appends one event of the agent to
+an append-only history, once, through a configured backend; the operator's
+tool zunol-monitoring-ctl for the configuration, the queue of events and the
+local store; and a backend that keeps the history in an SQLite database.")
+set(CPACK_DEBIAN_LIBZUNOL-MONITORING-DEV_PACKAGE_NAME libzunol-monitoring-dev)
+set(CPACK_DEBIAN_LIBZUNOL-MONITORING-DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_LIBZUNOL-MONITORING-DEV_PACKAGE_DEPENDS
+  "nlohmann-json3-dev, libsqlite3-dev, libyaml-cpp-dev")
+set(CPACK_COMPONENT_LIBZUNOL-MONITORING-DEV_DESCRIPTION
+"For programs that host the core, such as the agent daemon: event envelope,
+configuration, durable outbox and local store as a static C++20 library with
+its headers, found with CMake (zunol_monitoring) or pkg-config
+(zunol-monitoring).")
+include(CPack)

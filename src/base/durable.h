@@ -1,0 +1,13 @@
+// What a power cut must not take back: the names of new files and directories.
+#pragma once
+
+#include <filesystem>
+
+namespace zunol_monitoring {
+
+/// Returns when the name of `path`, a file or directory, is on the disk. Where its directory may be
+/// written but not read, the file system is synced whole, through `path` itself. Raises the
+/// file-system library's error.
+void sync_name(const std::filesystem::path& path);
+
+}  // namespace zunol_monitoring

@@ -1,0 +1,201 @@
+#include "describe/key_catalogue.h"
+
+#include <cmath>
+#include <concepts>
+#include <map>
+#include <type_traits>
+#include <utility>
+
+#include "config/key_renderer.h"
+#include "config/keys/config_keys.h"
+
+namespace zunol_monitoring {
+namespace {
+
+/// The key under which a field is at home, as far as the walk has come.
+struct Home {
+  std::string path;
+  bool in_record = false;  ///< the block of the key is the field's record
+};
+using Homes = std::map<FieldPlace, Home>;
+
+/// JSON has no word for what is infinite or no number; the loader takes these texts.
+std::string json_value(double value) {
+  if (std::isnan(value)) return "\".nan\"";
+  if (std::isinf(value)) return value > 0 ? "\".inf\"" : "\"-.inf\"";
+  return yaml_value(value);
+}
+std::string json_value(const auto& value) { return yaml_value(value); }
+
+KeyKind kind_of(bool) { return KeyKind::boolean; }
+KeyKind kind_of(int) { return KeyKind::integer; }
+KeyKind kind_of(std::uint64_t) { return KeyKind::unsigned_integer; }
+KeyKind kind_of(double) { return KeyKind::number; }
+KeyKind kind_of(const std::string&) { return KeyKind::text; }
+KeyKind kind_of(const std::filesystem::path&) { return KeyKind::path; }
+
+template <class Item>
+std::string json_list(const std::vector<Item>& items, auto json_of) {
+  std::string text = "[";
+  for (const Item& item : items) {
+    if (text.size() > 1) text += ',';
+    text += json_of(item);
+  }
+  return text + ']';
+}
+
+class CatalogueBuilder {
+ public:
+  static constexpr bool reading = false;
+  static constexpr bool rendering = false;
+
+  /// What a walk shares.
+  struct Walk {
+    const Config& config;
+    Homes& homes;
+  };
+  /// Where in the file a block stands.
+  struct Block {
+    std::string prefix;
+    bool alternative = false;
+    bool record = true;
+  };
+
+  CatalogueBuilder(Walk walk, Block block, std::vector<ConfigKey>& keys)
+      : walk_(walk), block_(std::move(block)), keys_(keys) {}
+
+  void field(const char* key, const auto& value) { leaf(key, kind_of(value), value); }
+  void duration(const char* key, const std::string& value) { leaf(key, KeyKind::duration, value); }
+  void credential(const char* key, const std::string& value) {
+    leaf(key, KeyKind::text, value).credential = true;
+  }
+  void literal(const char* key, const char* /*text*/) { add(key, KeyKind::unread); }
+
+  void alias(const char* key, const auto& value) {
+    const bool before = std::exchange(block_.alternative, true);
+    if constexpr (requires { kind_of(value); }) {
+      field(key, value);
+    } else {
+      block(key, value);
+    }
+    block_.alternative = before;
+  }
+  template <class Read, class Value>
+  void alias(const char* key, const Value& value, void (* /*feed*/)(Read, Value&)) {
+    const bool before = std::exchange(block_.alternative, true);
+    ConfigKey& added = leaf(key, kind_of(std::remove_cvref_t<Read>{}), value);
+    added.converted = true;
+    block_.alternative = before;
+  }
+  void feeds(const char* key, const auto& value) {
+    for (ConfigKey& known : keys_) {
+      if (known.name == key) known.also = field_place(walk_.config, &value);
+    }
+  }
+
+  void list(const char* key, const std::vector<std::string>& texts) {
+    place(add(key, KeyKind::texts), &texts).value = json_list(texts, yaml_quote);
+  }
+  void list_always(const char* key, const std::vector<std::string>& texts) {
+    list(key, texts);
+    keys_.back().emptied_with_block = true;
+  }
+  template <class Record>
+  void kept_records(const char* key, const std::vector<Record>& list) {
+    ConfigKey& added = place(add(key, KeyKind::records), &list);
+    added.kept_unless_list = true;
+    const auto item_keys = [&](const Record& item) {
+      std::vector<ConfigKey> keys;
+      CatalogueBuilder builder(walk_, {added.path + "[].", block_.alternative}, keys);
+      visit_keys(builder, item);
+      return keys;
+    };
+    added.value =
+        json_list(list, [&](const Record& item) { return catalogue_json(item_keys(item)); });
+    added.children = item_keys(Record{});
+  }
+  template <class Record>
+  void records(const char* key, const std::vector<Record>& list) {
+    kept_records(key, list);
+    keys_.back().kept_unless_list = false;
+    keys_.back().emptied_with_block = true;
+  }
+  template <class Record>
+  void bare_records(const char* key, const std::vector<Record>& list) {
+    records(key, list);
+  }
+
+  template <class Keys>
+  void block(const char* key, const Keys& keys) {
+    constexpr bool callable = std::invocable<const Keys&, CatalogueBuilder&>;
+    ConfigKey& added = add(key, KeyKind::block);
+    CatalogueBuilder inner(walk_, {added.path + '.', block_.alternative, !callable},
+                           added.children);
+    if constexpr (callable) {
+      keys(inner);
+    } else {
+      visit_keys(inner, keys);
+    }
+  }
+  void flow_block(const char* key, const auto& record) { block(key, record); }
+
+ private:
+  ConfigKey& add(const char* key, KeyKind kind) {
+    keys_.push_back({.name = key,
+                     .path = block_.prefix + key,
+                     .kind = kind,
+                     .alternative = block_.alternative});
+    return keys_.back();
+  }
+  ConfigKey& place(ConfigKey& key, const void* field) {
+    key.place = field_place(walk_.config, field);
+    if (key.place != no_place && !key.alternative) {
+      Home& home = walk_.homes[key.place];
+      if (home.path.empty() || (block_.record && !home.in_record)) {
+        home = {key.path, block_.record};
+      }
+    }
+    return key;
+  }
+  ConfigKey& leaf(const char* key, KeyKind kind, const auto& value) {
+    ConfigKey& added = place(add(key, kind), &value);
+    added.value = json_value(value);
+    return added;
+  }
+
+  Walk walk_;
+  Block block_;
+  std::vector<ConfigKey>& keys_;
+};
+
+void name_homes(std::vector<ConfigKey>& keys, const Homes& homes) {
+  for (ConfigKey& key : keys) {
+    const auto home = homes.find(key.place);
+    key.home = home != homes.end() ? home->second.path : key.path;
+    name_homes(key.children, homes);
+  }
+}
+
+}  // namespace
+
+std::vector<ConfigKey> key_catalogue(const Config& config) {
+  std::vector<ConfigKey> keys;
+  Homes homes;
+  CatalogueBuilder builder({config, homes}, {}, keys);
+  visit_keys(builder, config);
+  name_homes(keys, homes);
+  return keys;
+}
+
+std::string catalogue_json(const std::vector<ConfigKey>& keys) {
+  std::string text = "{";
+  for (const ConfigKey& key : keys) {
+    if (key.alternative || key.kind == KeyKind::unread) continue;
+    if (text.size() > 1) text += ',';
+    text += yaml_quote(key.name) + ':' +
+            (key.kind == KeyKind::block ? catalogue_json(key.children) : key.value);
+  }
+  return text + '}';
+}
+
+}  // namespace zunol_monitoring

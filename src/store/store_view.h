@@ -1,0 +1,57 @@
+// A look at a store that others may be writing, and that leaves nothing behind.
+//
+// Beside a -wal or -journal file the look is a connection like any other, which only reads. Without
+// one the database is at rest, and opened the usual way SQLite would make the files of write-ahead
+// mode, which would be the looking user's. So it is opened as one that does not change, and what was
+// read counts only when neither the database nor a file beside it has changed meanwhile; otherwise
+// it is read again. What looks damaged is damaged, then, and not just being written.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include "store/connection.h"
+
+namespace zunol_monitoring {
+
+class StoreView {
+ public:
+  /// Links in the path `file` are followed. Raises StoreError with SQLite's text, and the
+  /// file-system library's error when there is no such file.
+  explicit StoreView(const std::filesystem::path& file);
+
+  /// What `read` makes of the connection; it may be called several times. It should be short and
+  /// leave no statement open: a writer could else not shorten its -wal file meanwhile. Raises what
+  /// `read` raises, and StoreError with "the store keeps changing" when 10 seconds of repeats do not
+  /// help.
+  template <class Read>
+  auto look(Read read) {
+    for (const auto deadline = Clock::now() + std::chrono::milliseconds(busy_timeout_ms);;
+         reopen(deadline)) {
+      try {
+        auto answer = read(db_.get());
+        if (holds()) return answer;
+      } catch (const StoreError&) {
+        if (holds()) throw;
+      }
+    }
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void open();
+  void reopen(Clock::time_point deadline);
+  bool holds() const;
+  bool in_use() const;
+
+  std::string file_;
+  Connection db_;
+  bool at_rest_ = false;
+  struct stat before_ = {};  ///< of a database at rest, when it was opened
+};
+
+}  // namespace zunol_monitoring
