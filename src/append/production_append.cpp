@@ -13,10 +13,6 @@
 namespace zunol_monitoring {
 namespace {
 
-std::filesystem::path default_config_path() {
-  return env_or_default("ZUNOL_MONITORING_CONFIG", "/etc/zunol/monitoring-agent/config.yaml");
-}
-
 /// Why the configuration allows no production append, if it does not.
 std::optional<std::string> closed_gate(const VornConfig& vorn) {
   if (!vorn.enabled) return "vorn.enabled=false";

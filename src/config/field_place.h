@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "zunol_monitoring/config/config.h"
 
@@ -14,10 +15,13 @@ using FieldPlace = std::ptrdiff_t;
 /// The place of what lies in no Config itself: a field of an item of a list, a local value.
 inline constexpr FieldPlace no_place = -1;
 
-/// The place of `field` in `config`, or no_place.
+/// The place of `field` in `config`, or no_place. Compares addresses as numbers, as the field may
+/// lie in another object.
 inline FieldPlace field_place(const Config& config, const void* field) {
-  const FieldPlace place = static_cast<const char*>(field) - reinterpret_cast<const char*>(&config);
-  return place >= 0 && place < static_cast<FieldPlace>(sizeof(Config)) ? place : no_place;
+  const auto begin = reinterpret_cast<std::uintptr_t>(&config);
+  const auto at = reinterpret_cast<std::uintptr_t>(field);
+  const bool inside = at >= begin && at < begin + sizeof(Config);
+  return inside ? static_cast<FieldPlace>(at - begin) : no_place;
 }
 
 }  // namespace zunol_monitoring

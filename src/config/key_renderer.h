@@ -3,24 +3,13 @@
 
 #include <concepts>
 #include <cstddef>
-#include <cstdint>
-#include <filesystem>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-namespace zunol_monitoring {
+#include "config/yaml_text.h"
 
-// The text of a value. Texts, durations and paths are quoted, also where a plain word would do.
-std::string yaml_quote(const std::string& text);
-std::string yaml_value(bool value);
-std::string yaml_value(int value);
-std::string yaml_value(std::uint64_t value);
-std::string yaml_value(double value);
-inline std::string yaml_value(const std::string& text) { return yaml_quote(text); }
-inline std::string yaml_value(const std::filesystem::path& path) {
-  return yaml_quote(path.string());
-}
+namespace zunol_monitoring {
 
 /// Appends, behind a key that is written up to its colon, " []" or the items, one a line, and the
 /// line end.

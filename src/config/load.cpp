@@ -6,14 +6,13 @@
 
 #include "config/key_reader.h"
 #include "config/keys/config_keys.h"
+#include "zunol_monitoring/base/environment.h"
 #include "zunol_monitoring/config/overlay.h"
 
 namespace zunol_monitoring {
 
-Config default_config() {
-  Config config;
-  config.agent.tags = {"monitoring"};
-  return config;
+std::filesystem::path default_config_path() {
+  return env_or_default("ZUNOL_MONITORING_CONFIG", "/etc/zunol/monitoring-agent/config.yaml");
 }
 
 Config load_config(const std::filesystem::path& path) {

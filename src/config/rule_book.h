@@ -2,8 +2,8 @@
 // a line for each rule. The judge (validate.cpp) walks it over a configuration, and the declarer
 // (key_rules.cpp) to tell the rules to schema and reference, so that no bound stands twice.
 //
-// A visitor of the book has these verbs, and a rule about a single key is one of the first nine.
-// The name is the key as its message calls it; some messages end in a reason.
+// A visitor of the book has these verbs; all but the last five are about a single key. The name is
+// the key as its message calls it; some messages end in a reason.
 //
 //   exactly(name, value, wanted)       must be 1
 //   one_of(name, text, words)          must be a, b or c
@@ -19,20 +19,24 @@
 //   existing_file(name, path)          not found: the path; an empty path is left alone
 //   private_file(path)                 check_secret_file_mode
 //   fixed_secret_files()               check_fixed_secret_files
-//   refuse_if(broken, message)         any other rule. The condition is the one that breaks it, as
-//                                      the rule states it: for a not-a-number its opposite is not
-//                                      the same.
+//   refuse_if(broken, message, fields...)   any other rule, about these fields. The condition is
+//                                      the one that breaks it, as the rule states it: for a
+//                                      not-a-number its opposite is not the same.
+//   refuse_item(list, index, message)  the same about an item of a list, or none (no_item)
 //
 //   when(field), unless(field)                the gate: what depends on it stands in its block
 //   when(text, words), unless(text, words)    the same, open for these words, or for all others
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
 
 #include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring {
+
+inline constexpr std::size_t no_item = static_cast<std::size_t>(-1);
 
 void identity_and_storage_rules(auto& book, const Config& config) {
   book.exactly("version", config.version, 1);
@@ -50,7 +54,8 @@ void vorn_rules(auto& book, const VornConfig& vorn) {
     book.one_of("vorn.transport", vorn.transport, {"queue", "spool", "command"});
     if (const auto delivers = book.unless(vorn.queue_only)) {
       book.refuse_if(vorn.transport == "queue",
-                     "vorn.transport must be spool or command when vorn.queue_only=false");
+                     "vorn.transport must be spool or command when vorn.queue_only=false",
+                     vorn.transport);
       if (const auto spool = book.when(vorn.transport, {"spool"})) {
         book.required("vorn.export_dir", vorn.export_dir, "when vorn.transport=spool");
       }
@@ -59,7 +64,8 @@ void vorn_rules(auto& book, const VornConfig& vorn) {
         book.refuse_if(
             vorn.append_command.find("zunol-vorn-append-event") != std::string::npos &&
                 vorn.bridge_command.empty(),
-            "vorn.bridge_command is required when append_command uses zunol-vorn-append-event");
+            "vorn.bridge_command is required when append_command uses zunol-vorn-append-event",
+            vorn.bridge_command, vorn.append_command);
       }
     }
   }
@@ -85,7 +91,8 @@ void telegram_rules(auto& book, const TelegramConfig& telegram) {
       book.refuse_if(
           telegram.project_id.empty() || telegram.integration_id.empty() ||
               telegram.recipient_ref.empty(),
-          "telegram project_id, integration_id and recipient_ref are required when enabled");
+          "telegram project_id, integration_id and recipient_ref are required when enabled",
+          telegram.project_id, telegram.integration_id, telegram.recipient_ref);
       book.one_of("telegram.payment_mode", telegram.payment_mode, {"dsr"});
       book.required("telegram.service_key_file", telegram.service_key_file,
                     "when telegram.transport=service");
@@ -108,7 +115,8 @@ void telegram_commands_rules(auto& book, const Config& config) {
     book.between("monitoring_commands.timeout_sec", actions.timeout_sec, 1, 300);
     book.between("monitoring_commands.max_output_chars", actions.max_output_chars, 500, 20000);
     book.refuse_if(actions.allow_dangerous_actions && !actions.allow_actions,
-                   "monitoring_commands.allow_dangerous_actions requires allow_actions=true");
+                   "monitoring_commands.allow_dangerous_actions requires allow_actions=true",
+                   actions.allow_dangerous_actions, actions.allow_actions);
   }
 }
 
@@ -129,11 +137,13 @@ void anomaly_detection_rules(auto& book, const SshFailedLoginsAnomalyConfig& log
     book.refuse_if(
         logins.critical_absolute_count < logins.min_absolute_count,
         "anomaly_detection.ssh_failed_logins.critical_absolute_count must be greater than or "
-        "equal to min_absolute_count");
+        "equal to min_absolute_count",
+        logins.critical_absolute_count, logins.min_absolute_count);
     book.refuse_if(
         logins.warning_ratio > logins.critical_ratio,
         "anomaly_detection.ssh_failed_logins.critical_ratio must be greater than or equal to "
-        "warning_ratio");
+        "warning_ratio",
+        logins.critical_ratio, logins.warning_ratio);
   }
 }
 
@@ -179,29 +189,36 @@ void disk_rules(auto& book, const ChecksConfig& checks) {
   const DiskTrendCheckConfig& trend = checks.disk_trend;
   if (const auto enabled = book.when(trend.enabled)) {
     book.refuse_if(trend.paths.empty() && checks.disk.paths.empty(),
-                   "checks.disk_trend needs paths or checks.disk.paths");
+                   "checks.disk_trend needs paths or checks.disk.paths", trend.paths,
+                   checks.disk.paths);
   }
   book.refuse_if(trend.warning_days_left <= 0 || trend.critical_days_left <= 0,
-                 "checks.disk_trend warning_days_left and critical_days_left must be positive");
+                 "checks.disk_trend warning_days_left and critical_days_left must be positive",
+                 trend.warning_days_left, trend.critical_days_left);
   book.refuse_if(trend.critical_days_left > trend.warning_days_left,
                  "checks.disk_trend critical_days_left must be less than or equal to "
-                 "warning_days_left");
+                 "warning_days_left",
+                 trend.critical_days_left, trend.warning_days_left);
   const DiskIoCheckConfig& io = checks.disk_io;
   if (const auto enabled = book.when(io.enabled)) {
     book.refuse_if(io.warning_util_percent > io.critical_util_percent,
                    "checks.disk_io critical_util_percent must be greater than or equal to "
-                   "warning_util_percent");
+                   "warning_util_percent",
+                   io.critical_util_percent, io.warning_util_percent);
     book.refuse_if(io.warning_read_mb_s > io.critical_read_mb_s ||
                        io.warning_write_mb_s > io.critical_write_mb_s,
                    "checks.disk_io critical throughput thresholds must be greater than or equal to "
-                   "warning thresholds");
+                   "warning thresholds",
+                   io.critical_read_mb_s, io.warning_read_mb_s, io.critical_write_mb_s,
+                   io.warning_write_mb_s);
   }
 }
 
 void disk_health_rules(auto& book, const DiskHealthCheckConfig& health) {
   if (const auto enabled = book.when(health.enabled)) {
     book.refuse_if(health.paths.empty() && !health.auto_mounts,
-                   "checks.disk_health needs paths or auto_mounts=true");
+                   "checks.disk_health needs paths or auto_mounts=true", health.paths,
+                   health.auto_mounts);
     // The two rules about paths give at most one message: that of the first path that breaks
     // either, and of the first rule where it breaks both.
     const auto inverted = [](const PathThreshold& item) {
@@ -213,19 +230,22 @@ void disk_health_rules(auto& book, const DiskHealthCheckConfig& health) {
     const auto fault = std::ranges::find_if(health.paths, [&](const PathThreshold& item) {
       return inverted(item) || above_emergency(item);
     });
+    const auto first = static_cast<std::size_t>(fault - health.paths.begin());
     const bool any_fault = fault != health.paths.end();
-    book.refuse_if(any_fault && inverted(*fault),
-                   "checks.disk_health path critical_percent must be greater than or equal to "
-                   "warning_percent");
-    book.refuse_if(any_fault && !inverted(*fault),
-                   "checks.disk_health emergency_percent must be greater than or equal to path "
-                   "critical_percent");
+    book.refuse_item(health.paths, any_fault && inverted(*fault) ? first : no_item,
+                     "checks.disk_health path critical_percent must be greater than or equal to "
+                     "warning_percent");
+    book.refuse_item(health.paths, any_fault && !inverted(*fault) ? first : no_item,
+                     "checks.disk_health emergency_percent must be greater than or equal to path "
+                     "critical_percent");
     book.refuse_if(health.inode_warning_percent > health.inode_critical_percent,
                    "checks.disk_health inode_critical_percent must be greater than or equal to "
-                   "inode_warning_percent");
+                   "inode_warning_percent",
+                   health.inode_critical_percent, health.inode_warning_percent);
     book.refuse_if(health.temperature_warning_celsius > health.temperature_critical_celsius,
                    "checks.disk_health temperature_critical_celsius must be greater than or equal "
-                   "to temperature_warning_celsius");
+                   "to temperature_warning_celsius",
+                   health.temperature_critical_celsius, health.temperature_warning_celsius);
     book.between("checks.disk_health.io_probe.max_test_size_mb", health.io_probe.max_test_size_mb,
                  1, 64);
   }
@@ -235,63 +255,77 @@ void service_rules(auto& book, const ChecksConfig& checks) {
   book.refuse_if(
       checks.ubuntu_health.restart_critical_count < checks.ubuntu_health.restart_warning_count,
       "checks.ubuntu_health restart_critical_count must be greater than or equal to "
-      "restart_warning_count");
+      "restart_warning_count",
+      checks.ubuntu_health.restart_critical_count, checks.ubuntu_health.restart_warning_count);
   book.refuse_if(checks.containers_health.restart_critical_count <
                      checks.containers_health.restart_warning_count,
                  "checks.containers_health restart_critical_count must be greater than or equal to "
-                 "restart_warning_count");
+                 "restart_warning_count",
+                 checks.containers_health.restart_critical_count,
+                 checks.containers_health.restart_warning_count);
   const NetworkCheckConfig& network = checks.network;
   if (const auto enabled = book.when(network.enabled)) {
     book.refuse_if(network.warning_rx_mbps > network.critical_rx_mbps ||
                        network.warning_tx_mbps > network.critical_tx_mbps,
                    "checks.network critical throughput thresholds must be greater than or equal to "
-                   "warning thresholds");
+                   "warning thresholds",
+                   network.critical_rx_mbps, network.warning_rx_mbps, network.critical_tx_mbps,
+                   network.warning_tx_mbps);
     if (const auto quota = book.when(network.traffic_quota_enabled)) {
       book.positive_duration("checks.network traffic_quota_window", network.traffic_quota_window);
       book.positive("checks.network critical_total_gb", network.critical_total_gb,
                     "when traffic quota is enabled");
       book.refuse_if(
           network.warning_total_gb > 0 && network.warning_total_gb > network.critical_total_gb,
-          "checks.network critical_total_gb must be greater than or equal to warning_total_gb");
+          "checks.network critical_total_gb must be greater than or equal to warning_total_gb",
+          network.critical_total_gb, network.warning_total_gb);
     }
   }
 }
 
-/// However many items of a list break a rule, it gives its message once.
+/// However many items of a list break a rule, it gives its message once, of the first of them.
 void item_rules(auto& book, const ChecksConfig& checks) {
-  const auto any = [](const auto& list, auto broken) { return std::ranges::any_of(list, broken); };
+  const auto first = [](const auto& list, auto broken) -> std::size_t {
+    const auto found = std::ranges::find_if(list, broken);
+    return found == list.end() ? no_item : static_cast<std::size_t>(found - list.begin());
+  };
   if (const auto enabled = book.when(checks.domains.enabled)) {
     book.positive("checks.domains.soft_fail_attempts", checks.domains.soft_fail_attempts);
   }
   if (const auto enabled = book.when(checks.http.enabled)) {
-    book.refuse_if(any(checks.http.items,
-                       [](const HttpItem& item) { return item.name.empty() || item.url.empty(); }),
-                   "checks.http items require name and url");
+    const auto& items = checks.http.items;
+    book.refuse_item(
+        items, first(items, [](const HttpItem& i) { return i.name.empty() || i.url.empty(); }),
+        "checks.http items require name and url");
   }
   if (const auto enabled = book.when(checks.ssl.enabled)) {
-    book.refuse_if(any(checks.ssl.items, [](const SslItem& item) { return item.host.empty(); }),
-                   "checks.ssl items require host");
+    const auto& items = checks.ssl.items;
+    book.refuse_item(items, first(items, [](const SslItem& i) { return i.host.empty(); }),
+                     "checks.ssl items require host");
   }
   if (const auto enabled = book.when(checks.dns.enabled)) {
-    book.refuse_if(any(checks.dns.items, [](const DnsItem& item) { return item.domain.empty(); }),
-                   "checks.dns items require domain");
+    const auto& items = checks.dns.items;
+    book.refuse_item(items, first(items, [](const DnsItem& i) { return i.domain.empty(); }),
+                     "checks.dns items require domain");
   }
   if (const auto enabled = book.when(checks.domains.enabled)) {
-    book.refuse_if(
-        any(checks.domains.items, [](const DomainItem& item) { return item.domain.empty(); }),
-        "checks.domains items require domain");
+    const auto& items = checks.domains.items;
+    book.refuse_item(items, first(items, [](const DomainItem& i) { return i.domain.empty(); }),
+                     "checks.domains items require domain");
   }
   if (const auto enabled = book.when(checks.logs.enabled)) {
-    book.refuse_if(
-        any(checks.logs.files, [](const LogFileItem& file) { return file.path.empty(); }),
-        "checks.logs files require path");
+    const auto& files = checks.logs.files;
+    book.refuse_item(files, first(files, [](const LogFileItem& i) { return i.path.empty(); }),
+                     "checks.logs files require path");
   }
   if (const auto enabled = book.when(checks.backups.enabled)) {
-    book.refuse_if(any(checks.backups.items,
-                       [](const BackupItem& item) {
-                         return item.name.empty() || (item.path.empty() && item.command.empty());
-                       }),
-                   "checks.backups items require name and path or command");
+    const auto& items = checks.backups.items;
+    book.refuse_item(items,
+                     first(items,
+                           [](const BackupItem& i) {
+                             return i.name.empty() || (i.path.empty() && i.command.empty());
+                           }),
+                     "checks.backups items require name and path or command");
   }
   const TestIncidentCheckConfig& test = checks.test_incident;
   if (const auto enabled = book.when(test.enabled)) {

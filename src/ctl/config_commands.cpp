@@ -2,20 +2,18 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 
+#include "config/judge.h"
 #include "ctl/config_file.h"
 #include "ctl/config_reference.h"
 #include "ctl/config_schema.h"
 #include "ctl/output.h"
 #include "ctl/table.h"
 #include "ctl/tool.h"
-#include "describe/key_catalogue.h"
-#include "describe/key_rules.h"
+#include "describe/key_index.h"
 #include "describe/mask_credentials.h"
 #include "describe/overlay_variables.h"
 #include "zunol_monitoring/base/files.h"
@@ -29,20 +27,6 @@ namespace {
 using nlohmann::json;
 namespace fs = std::filesystem;
 
-/// The variable that gives each field its value now, by the path of the field's home.
-std::map<std::string, std::string> variables_in_use(const std::vector<ConfigKey>& keys) {
-  std::map<FieldPlace, std::string> names;
-  for (const OverlayVariable& variable : overlay_variables()) {
-    if (variable.used) names[variable.place] = variable.name;
-  }
-  std::map<std::string, std::string> by_home;
-  for_each_key(keys, [&](const ConfigKey& key) {
-    const auto name = names.find(key.place);
-    if (name != names.end()) by_home[key.home] = name->second;
-  });
-  return by_home;
-}
-
 // ---- check
 
 struct Verdict {
@@ -51,45 +35,57 @@ struct Verdict {
   std::vector<Finding> warnings;
 };
 
-std::vector<std::string> broken_rules(const Config& config) {
+std::vector<BrokenRule> judge_rules(const Config& config) {
   try {
-    return validate_config(config);
+    return broken_rules(config);
   } catch (const std::out_of_range&) {
     throw std::runtime_error("a duration has a number of more than 64 bits");
   }
 }
 
-/// Each broken rule, with the place in the file where its key has its value from.
-std::vector<Finding> place_errors(const std::vector<std::string>& messages,
-                                  const std::vector<ConfigKey>& keys, const ConfigFile& file) {
-  std::map<FieldPlace, std::string> homes;
-  for_each_key(keys, [&](const ConfigKey& key) { homes[key.place] = key.home; });
-  const auto variables = variables_in_use(keys);
-  const std::vector<KeyRule> rules = key_rules();
-  std::vector<Finding> errors;
-  for (const std::string& message : messages) {
-    Finding& error = errors.emplace_back(Finding{.message = message});
-    const auto rule = std::ranges::find(rules, message, &KeyRule::message);
-    if (rule == rules.end() || rule->place == no_place) continue;
-    const std::string& home = homes[rule->place];
-    if (const auto variable = variables.find(home); variable != variables.end()) {
-      error.message += " (from the variable " + variable->second + ')';
-    } else if (const auto source = file.sources.find(home); source != file.sources.end()) {
-      error.line = source->second.line;
-      error.column = source->second.column;
-      if (source->second.key != home) error.message += " (from " + source->second.key + ')';
+/// Where a broken rule stands in the file: at the key that gives its field the value, or, where
+/// none does, at the next field or gate that the file has.
+Finding place_error(const BrokenRule& rule, const KeyIndex& index, const ConfigFile& file) {
+  Finding error{.message = rule.message};
+  const auto place_at = [&](const Source& source) {
+    error.line = source.line;
+    error.column = source.column;
+  };
+  for (const FieldPlace place : rule.fields) {
+    const FieldFacts& field = index.at(place);
+    if (field.home == nullptr) continue;
+    const std::string& home = field.home->path;
+    if (field.variable_used) {
+      error.message += " (from the variable " + field.variable + ')';
+      return error;
     }
+    const auto source = file.sources.find(home);
+    if (source == file.sources.end()) continue;
+    const auto items = file.items.find(home);
+    const bool is_item = items != file.items.end() && rule.item < items->second.size();
+    place_at(is_item ? items->second[rule.item] : source->second);
+    if (source->second.key != home) error.message += " (from " + source->second.key + ')';
+    return error;
   }
-  return errors;
+  for (const FieldPlace gate : rule.gates) {
+    const ConfigKey* home = index.at(gate).home;
+    const auto source = home == nullptr ? file.sources.end() : file.sources.find(home->path);
+    if (source == file.sources.end()) continue;
+    place_at(source->second);
+    return error;
+  }
+  return error;
 }
 
 Verdict judge(const fs::path& path) {
   Verdict verdict;
   try {
     const Config config = load_config(path);
-    const std::vector<ConfigKey> keys = key_catalogue(default_config());
-    ConfigFile file = examine_config_file(path, keys);
-    verdict.errors = place_errors(broken_rules(config), keys, file);
+    const KeyIndex index(default_config());
+    ConfigFile file = examine_config_file(path, index);
+    for (const BrokenRule& rule : judge_rules(config)) {
+      verdict.errors.push_back(place_error(rule, index, file));
+    }
     verdict.warnings = std::move(file.warnings);
     for (const OverlayVariable& variable : overlay_variables()) {
       if (!variable.set || variable.used) continue;
@@ -175,10 +171,10 @@ struct Origin {
 };
 
 Origin origin_of(const ConfigKey& key, const fs::path& path, const ConfigFile& file,
-                 const std::map<std::string, std::string>& variables) {
-  if (const auto variable = variables.find(key.home); variable != variables.end()) {
-    return {"variable " + variable->second,
-            {{"origin", "variable"}, {"variable", variable->second}}};
+                 const KeyIndex& index) {
+  const FieldFacts& field = index.at(key.place);
+  if (field.variable_used) {
+    return {"variable " + field.variable, {{"origin", "variable"}, {"variable", field.variable}}};
   }
   const auto found = file.sources.find(key.home);
   if (found == file.sources.end()) return {};
@@ -197,15 +193,14 @@ Origin origin_of(const ConfigKey& key, const fs::path& path, const ConfigFile& f
 }
 
 void show_origins(const Tool& tool, const Config& config) {
-  const std::vector<ConfigKey> keys = key_catalogue(config);
-  const ConfigFile file = examine_config_file(tool.config, keys);
-  const auto variables = variables_in_use(keys);
+  const KeyIndex index(config);
+  const ConfigFile file = examine_config_file(tool.config, index);
   Table table({"KEY", "ORIGIN", "VALUE"});
-  for_each_key(keys, [&](const ConfigKey& key) {
+  for_each_key(index.keys(), [&](const ConfigKey& key) {
     const bool own_value = key.kind != KeyKind::block && key.kind != KeyKind::unread &&
                            key.path == key.home && key.path.find("[]") == std::string::npos;
     if (!own_value) return;
-    Origin origin = origin_of(key, tool.config, file, variables);
+    Origin origin = origin_of(key, tool.config, file, index);
     if (tool.json) {
       origin.data["key"] = key.path;
       origin.data["value"] = json::parse(key.value);
@@ -225,7 +220,7 @@ int show(const Tool& tool, const ShowArguments& arguments) {
   } else if (tool.json) {
     print_json(json::parse(catalogue_json(key_catalogue(config))));
   } else {
-    print(render_text(config));
+    print(catalogue_yaml(key_catalogue(config)));
   }
   return done;
 }

@@ -157,8 +157,10 @@ class Examiner {
       }
       return !key.kept_unless_list;
     }
+    result.items[key.home].clear();  // those of a key that is beaten
     for (const YAML::Node& item : node) {
       if (key.kind == KeyKind::records) {
+        result.items[key.home].push_back(source_of(item, key.path + "[]"));
         block(item, key.children, item.IsNull() ? at : source_of(item, key.path + "[]"));
         if (item.IsNull()) warn(at, "has an item without keys");
       } else if (item.IsNull()) {
@@ -199,24 +201,21 @@ YAML::Node first_document(const std::filesystem::path& path, Examiner& examiner)
 }
 
 /// A second field is fed where the file has no other key for it.
-void note_second_fields(ConfigFile& file, const std::vector<ConfigKey>& keys) {
-  std::map<FieldPlace, std::string> homes;
-  for_each_key(keys, [&](const ConfigKey& key) { homes[key.place] = key.home; });
-  for_each_key(keys, [&](const ConfigKey& key) {
+void note_second_fields(ConfigFile& file, const KeyIndex& index) {
+  for_each_key(index.keys(), [&](const ConfigKey& key) {
     const auto source = file.sources.find(key.home);
     if (key.also == no_place || source == file.sources.end()) return;
-    file.sources.try_emplace(homes[key.also], source->second);
+    file.sources.try_emplace(index.at(key.also).home->path, source->second);
   });
 }
 
 }  // namespace
 
-ConfigFile examine_config_file(const std::filesystem::path& path,
-                               const std::vector<ConfigKey>& keys) {
+ConfigFile examine_config_file(const std::filesystem::path& path, const KeyIndex& index) {
   Examiner examiner;
   const YAML::Node root = first_document(path, examiner);
-  examiner.block(root, keys, {1, 1, ""});
-  note_second_fields(examiner.result, keys);
+  examiner.block(root, index.keys(), {1, 1, ""});
+  note_second_fields(examiner.result, index);
   std::ranges::stable_sort(examiner.result.warnings, {}, [](const Finding& finding) {
     return std::pair(finding.line, finding.column);
   });

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "describe/key_catalogue.h"
+#include "describe/key_index.h"
 
 namespace zunol_monitoring::ctl {
 
@@ -28,14 +28,14 @@ struct Source {
 struct ConfigFile {
   std::vector<Finding> warnings;          ///< in the order of the file
   std::map<std::string, Source> sources;  ///< by the path of the field's home (ConfigKey::home)
+  std::map<std::string, std::vector<Source>> items;  ///< the items of a list of blocks, likewise
 };
 
-/// What a file that load_config takes says of these keys (key_catalogue). Warned of are: keys that
+/// What a file that load_config takes says of these keys. Warned of are: keys that
 /// are unknown, with the nearest known one of their block; keys that stand twice; keys without
 /// effect, as another key for the field beats them; blocks and lists of another form; texts without
 /// a value, which read as "null"; texts that are blank or no UTF-8; durations that are none; and
 /// documents behind the first. Raises the YAML library's errors.
-ConfigFile examine_config_file(const std::filesystem::path& path,
-                               const std::vector<ConfigKey>& keys);
+ConfigFile examine_config_file(const std::filesystem::path& path, const KeyIndex& index);
 
 }  // namespace zunol_monitoring::ctl

@@ -1,10 +1,7 @@
 #include "ctl/config_reference.h"
 
-#include <map>
-
-#include "describe/key_catalogue.h"
+#include "describe/key_index.h"
 #include "describe/key_rules.h"
-#include "describe/overlay_variables.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -69,20 +66,9 @@ std::string joined(const std::vector<std::string>& texts, const char* separator,
 
 class Reference {
  public:
-  Reference() {
-    for_each_key(keys_, [this](const ConfigKey& key) {
-      if (key.place == no_place) return;
-      last_of_[key.place] = &key;
-      homes_[key.place] = key.home;
-    });
-    for (const OverlayVariable& variable : overlay_variables()) {
-      variables_[variable.place] = variable.name;
-    }
-  }
-
   std::string text() const {
     std::string text = introduction;
-    for (const ConfigKey& section : keys_) {
+    for (const ConfigKey& section : index_.keys()) {
       text += "\n## " + section.name +
               "\n\n| Key | Type | Default | Rule | Variable |\n|---|---|---|---|---|\n";
       for_each_key({section}, [&](const ConfigKey& key) {
@@ -98,28 +84,28 @@ class Reference {
     std::vector<std::string> notes;
     if (key.credential) notes.emplace_back("a credential");
     if (key.path != key.home) {
-      const bool wins = last_of_.at(key.place)->path == key.path;
+      const bool wins = index_.at(key.place).keys.back()->path == key.path;
       notes.push_back("another key for " + code(key.home) + (wins ? ", and wins" : ", which wins"));
     } else if (key.place != no_place) {
-      const ConfigKey& last = *last_of_.at(key.place);
+      const ConfigKey& last = *index_.at(key.place).keys.back();
       if (last.path != key.path) notes.push_back(code(last.path) + " wins");
     }
     if (key.also != no_place)
-      notes.push_back("also " + code(homes_.at(key.also)) + ", where that is absent");
+      notes.push_back("also " + code(index_.at(key.also).home->path) + ", where that is absent");
     for (const KeyRule& rule : rules_) {
       if (rule.kind == KeyRule::Kind::relation || rule.place != key.place) continue;
       notes.push_back(rule.claim + gates(rule));
     }
-    const auto variable = variables_.find(key.place);
+    const std::string& variable = index_.at(key.place).variable;
     return "| " + code(key.path) + " | " + type_of(key) + " | " +
            code(key.converted ? "" : key.value) + " | " + joined(notes, "; ", "; ") + " | " +
-           (variable != variables_.end() ? code(variable->second) : "") + " |\n";
+           code(variable) + " |\n";
   }
 
   std::string gates(const KeyRule& rule) const {
     std::vector<std::string> texts;
     for (const RuleGate& gate : rule.gates) {
-      const std::string& home = homes_.at(gate.place);
+      const std::string& home = index_.at(gate.place).home->path;
       if (gate.words.empty()) {
         texts.push_back(code(home + (gate.open_when ? "" : "=false")));
       } else {
@@ -142,18 +128,15 @@ class Reference {
   /// A message begins with its section, or has a gate in it.
   std::string section_of(const KeyRule& rule) const {
     std::string first = rule.message.substr(0, rule.message.find_first_of(". "));
-    for (const ConfigKey& key : keys_) {
+    for (const ConfigKey& key : index_.keys()) {
       if (key.name == first) return first;
     }
-    const std::string& gate = homes_.at(rule.gates.front().place);
+    const std::string& gate = index_.at(rule.gates.front().place).home->path;
     return gate.substr(0, gate.find('.'));
   }
 
-  const std::vector<ConfigKey> keys_ = key_catalogue(default_config());
+  const KeyIndex index_{default_config()};
   const std::vector<KeyRule> rules_ = key_rules();
-  std::map<FieldPlace, const ConfigKey*> last_of_;  ///< the key of a field that is read last
-  std::map<FieldPlace, std::string> homes_;
-  std::map<FieldPlace, std::string> variables_;
 };
 
 }  // namespace

@@ -7,9 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "describe/key_catalogue.h"
+#include "describe/key_index.h"
 #include "describe/key_rules.h"
-#include "describe/overlay_variables.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -163,7 +162,7 @@ json if_then(const std::vector<json>& conditions, json consequence) {
 class SchemaBuilder {
  public:
   json build() {
-    json schema = block_schema(keys_);
+    json schema = block_schema(index_.keys());
     schema["$schema"] = "https://json-schema.org/draft/2020-12/schema";
     schema["title"] = "Configuration of the Zunol monitoring agent";
     schema["$defs"] = definitions();
@@ -173,22 +172,6 @@ class SchemaBuilder {
     }
     schema["allOf"] = rules;
     return schema;
-  }
-
-  SchemaBuilder() {
-    for_each_key(keys_, [this](const ConfigKey& key) {
-      if (key.place == no_place) return;
-      feeders_[key.place].push_back(&key);
-      if (key.path == key.home) homes_[key.place] = &key;
-    });
-    for_each_key(keys_, [this](const ConfigKey& key) {
-      if (key.also == no_place) return;
-      auto& feeders = feeders_[key.also];
-      feeders.insert(feeders.begin(), &key);
-    });
-    for (const OverlayVariable& variable : overlay_variables()) {
-      variables_[variable.place] = variable.name;
-    }
   }
 
  private:
@@ -229,8 +212,8 @@ class SchemaBuilder {
       if (rule.kind != Kind::relation && rule.place == key.place)
         sentence("The value " + rule.claim);
     }
-    const auto variable = variables_.find(key.place);
-    if (variable != variables_.end()) sentence("Overridden by the variable " + variable->second);
+    const std::string& variable = index_.at(key.place).variable;
+    if (!variable.empty()) sentence("Overridden by the variable " + variable);
     return text;
   }
 
@@ -246,7 +229,7 @@ class SchemaBuilder {
 
   /// The file leaves the gate open for sure. What a converted key gives is not known here.
   json open(const RuleGate& gate) const {
-    const auto& feeders = feeders_.at(gate.place);
+    const auto& feeders = index_.at(gate.place).keys;
     const bool is_switch = gate.words.empty();
     json fits = {{"enum", gate.words}};
     if (is_switch) fits = {{"$ref", gate.open_when ? "#/$defs/true" : "#/$defs/false"}};
@@ -259,7 +242,7 @@ class SchemaBuilder {
       conditions.push_back(where_present(feeders[i]->path, fits));
       ways.push_back(all_of(conditions));
     }
-    const json standard = json::parse(homes_.at(gate.place)->value);
+    const json standard = json::parse(index_.at(gate.place).home->value);
     const bool named =
         is_switch ? standard.get<bool>()
                   : std::ranges::find(gate.words, standard.get<std::string>()) != gate.words.end();
@@ -274,8 +257,8 @@ class SchemaBuilder {
   void add_rule(const KeyRule& rule, json& rules) const {
     std::vector<json> gates;
     for (const RuleGate& gate : rule.gates) gates.push_back(open(gate));
-    const auto& feeders = feeders_.at(rule.place);
-    const ConfigKey& home = *homes_.at(rule.place);
+    const auto& feeders = index_.at(rule.place).keys;
+    const ConfigKey& home = *index_.at(rule.place).home;
     const json form = form_of(rule, home.kind);
 
     for (std::size_t i = 0; i < feeders.size(); ++i) {
@@ -296,12 +279,8 @@ class SchemaBuilder {
     }
   }
 
-  const std::vector<ConfigKey> keys_ = key_catalogue(default_config());
+  const KeyIndex index_{default_config()};
   const std::vector<KeyRule> rules_ = key_rules();
-  /// The keys of each field in the order of reading: the last one in a file wins.
-  std::map<FieldPlace, std::vector<const ConfigKey*>> feeders_;
-  std::map<FieldPlace, const ConfigKey*> homes_;
-  std::map<FieldPlace, std::string> variables_;
 };
 
 }  // namespace

@@ -5,7 +5,7 @@
 
 #include "ctl/output.h"
 #include "ctl/tool.h"
-#include "zunol_monitoring/base/environment.h"
+#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -31,8 +31,7 @@ int run(int argc, char** argv) {
   CLI::App app("Looks after the monitoring agent's configuration, events and queue.",
                "zunol-monitoring-ctl");
   Tool tool;
-  tool.config =
-      env_or_default("ZUNOL_MONITORING_CONFIG", "/etc/zunol/monitoring-agent/config.yaml");
+  tool.config = default_config_path();
   app.add_option("--config", tool.config, "The configuration file")
       ->type_name("PATH")
       ->capture_default_str();

@@ -1,13 +1,16 @@
 #include "describe/key_catalogue.h"
 
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <concepts>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <type_traits>
 #include <utility>
 
-#include "config/key_renderer.h"
 #include "config/keys/config_keys.h"
+#include "config/yaml_text.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -19,12 +22,20 @@ struct Home {
 };
 using Homes = std::map<FieldPlace, Home>;
 
-/// JSON has no word for what is infinite or no number; the loader takes these texts.
+std::string json_text(const std::string& text) {
+  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+/// In as many digits as it takes. JSON has no word for what is infinite or no number; the loader
+/// takes these texts.
 std::string json_value(double value) {
   if (std::isnan(value)) return "\".nan\"";
   if (std::isinf(value)) return value > 0 ? "\".inf\"" : "\"-.inf\"";
-  return yaml_value(value);
+  std::array<char, 32> digits;
+  return {digits.data(), std::to_chars(digits.begin(), digits.end(), value).ptr};
 }
+std::string json_value(const std::string& text) { return json_text(text); }
+std::string json_value(const std::filesystem::path& path) { return json_text(path.string()); }
 std::string json_value(const auto& value) { return yaml_value(value); }
 
 KeyKind kind_of(bool) { return KeyKind::boolean; }
@@ -94,7 +105,7 @@ class CatalogueBuilder {
   }
 
   void list(const char* key, const std::vector<std::string>& texts) {
-    place(add(key, KeyKind::texts), &texts).value = json_list(texts, yaml_quote);
+    place(add(key, KeyKind::texts), &texts).value = json_list(texts, json_text);
   }
   void list_always(const char* key, const std::vector<std::string>& texts) {
     list(key, texts);
@@ -192,10 +203,30 @@ std::string catalogue_json(const std::vector<ConfigKey>& keys) {
   for (const ConfigKey& key : keys) {
     if (key.alternative || key.kind == KeyKind::unread) continue;
     if (text.size() > 1) text += ',';
-    text += yaml_quote(key.name) + ':' +
+    text += json_text(key.name) + ':' +
             (key.kind == KeyKind::block ? catalogue_json(key.children) : key.value);
   }
   return text + '}';
+}
+
+std::string catalogue_yaml(const std::vector<ConfigKey>& keys, std::size_t indent) {
+  std::string text;
+  for (const ConfigKey& key : keys) {
+    if (key.alternative || key.kind == KeyKind::unread) continue;
+    if (indent == 0 && key.kind == KeyKind::block) text += '\n';
+    text.append(indent, ' ').append(key.name).append(":");
+    if (key.kind == KeyKind::block) {
+      text += '\n' + catalogue_yaml(key.children, indent + 2);
+    } else if (key.value != "[]" && (key.kind == KeyKind::texts || key.kind == KeyKind::records)) {
+      text += '\n';
+      for (const auto& item : nlohmann::ordered_json::parse(key.value)) {
+        text.append(indent + 2, ' ').append("- ").append(item.dump()).append("\n");
+      }
+    } else {
+      text += ' ' + key.value + '\n';
+    }
+  }
+  return text;
 }
 
 }  // namespace zunol_monitoring

@@ -2,6 +2,7 @@
 // configuration: its schema, its reference, the check of a file.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -41,12 +42,14 @@ struct ConfigKey {
 };
 
 /// All keys in the order of reading (of two keys for one field, the later one wins) with their
-/// values in `config`; the children of a list of blocks have the defaults of an item. Raises the
-/// JSON library's error for a text that is no UTF-8.
+/// values in `config`; the children of a list of blocks have the defaults of an item. What is no
+/// UTF-8 in a text becomes U+FFFD.
 std::vector<ConfigKey> key_catalogue(const Config& config);
 
 /// The keys and values as one JSON object, without alternative and unread keys.
 std::string catalogue_json(const std::vector<ConfigKey>& keys);
+/// The same as lines of YAML with this many blanks in front, an item of a list a line.
+std::string catalogue_yaml(const std::vector<ConfigKey>& keys, std::size_t indent = 0);
 
 /// Calls visit(key) for each key and, behind it, for its children.
 void for_each_key(const std::vector<ConfigKey>& keys, auto&& visit) {

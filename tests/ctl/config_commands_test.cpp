@@ -41,16 +41,25 @@ TEST(ConfigCheck, TellsEveryBrokenRuleWithItsPlace) {
                "vorn:\n  max_batch: 0\nsummary: {mode: x}\n"
                "telegram: {transport: bot, delivery_mode: smtp, enabled: on,\n"
                "  service_key_file: /}\n"
-               "checks:\n  disk: {interval: 5m}\n"),
+               "checks:\n  disk: {interval: 5m}\n  http: {enabled: on, items: [{name: a, url: b},\n"
+               "    {name: c}, {}]}\n  disk_health:\n    enabled: on\n"
+               "    temperature_warning_celsius: 99\n    paths:\n    - path: /\n    - path: /a\n"
+               "      critical_percent: 1\n"),
       "2:3: error: vorn.max_batch must be between 1 and 1000\n"
       "4:28: error: telegram.transport must be service, bot or direct (from "
       "telegram.delivery_mode)\n"
-      " error: telegram.api_base is required when telegram.enabled=true\n"
-      " error: telegram project_id, integration_id and recipient_ref are required when "
+      "4:28: error: telegram.api_base is required when telegram.enabled=true\n"
+      "4:28: error: telegram project_id, integration_id and recipient_ref are required when "
       "enabled\n"
       "3:11: error: summary.mode must be compact, normal or detailed\n"
       "7:3: error: checks.disk.paths must not be empty when disk check is enabled (from "
       "checks.disk)\n"
+      "15:7: error: checks.disk_health path critical_percent must be greater than or equal to "
+      "warning_percent\n"
+      "12:5: error: checks.disk_health temperature_critical_celsius must be greater than or equal "
+      "to "
+      "temperature_warning_celsius\n"
+      "9:5: error: checks.http items require name and url\n"
       "4:12: warning: telegram.transport has no effect, as telegram.delivery_mode beats it\n");
 
   scene.environment["MONITORING_SUMMARY_MODE"] = "loud";
@@ -185,12 +194,21 @@ TEST(ConfigShow, IsTheConfigurationInEffectWithoutCredentials) {
     arguments.emplace_back("--show-secrets");
     EXPECT_NE(scene.run(arguments).out.find("123:sesame"), std::string::npos);
   }
-  // What is shown loads back as the same configuration.
+  // What is shown loads back as the same configuration, also what the rendered form leaves out.
+  scene.configure(
+      "version: 2\nchecks:\n  disk_health: {paths: [], temperature_warning_celsius: 0.123456789}\n"
+      "telegram: {bot_token: '123:sesame'}\n");
   const std::string whole = scene.run({"config", "show", "--show-secrets"}).out;
   scene.write("shown.yaml", whole);
   EXPECT_EQ(
       scene.run({"config", "show", "--show-secrets", "--config", scene.dir / "shown.yaml"}).out,
       whole);
+  for (const char* part : {"version: 2\n", "    paths: []\n", "_celsius: 0.123456789\n"}) {
+    EXPECT_NE(whole.find(part), std::string::npos) << part;
+  }
+  scene.configure("agent: {id: \"\xff\"}\n");
+  EXPECT_NE(scene.run({"config", "show", "--json"}).out.find("\"id\":\"\xef\xbf\xbd\""),
+            std::string::npos);
   expect_one_error(scene.run({"config", "show", "--config", "/nowhere"}), 1,
                    "config not found: /nowhere");
 }
