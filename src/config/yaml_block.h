@@ -3,12 +3,16 @@
 
 #include <yaml-cpp/yaml.h>
 
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
 namespace zunol_monitoring {
 
 /// Files mostly have their keys in the order in which they are read, while the library compares a
 /// key with each key of the block from the first on. So a block remembers what follows the value
-/// that it gave last and looks there first. As each key is taken once, that value is also the first
-/// of its key, and once the last value is given no other key can be there.
+/// that it gave last and looks there first. Once the last value is given in this way, all of them
+/// have been, and no key can be there but one that is taken again.
 class YamlBlock {
  public:
   /// The block `node`, which may be undefined and must live as long as this object.
@@ -25,21 +29,29 @@ class YamlBlock {
   /// the block is a scalar.
   YAML::Node take(const char* key) {
     if (is_map_) {
-      if (next_ == end_) return YAML::Node(YAML::NodeType::Undefined);
-      const auto entry = *next_;
-      if (entry.first.IsScalar() && entry.first.Scalar() == key) {
-        ++next_;
-        return entry.second;
+      if (next_ == end_ && !was_taken(key)) return YAML::Node(YAML::NodeType::Undefined);
+      if (next_ != end_) {
+        const auto entry = *next_;
+        if (entry.first.IsScalar() && entry.first.Scalar() == key) {
+          ++next_;
+          taken_.push_back(key);
+          return entry.second;
+        }
       }
     }
     return node_.IsDefined() ? node_[key] : YAML::Node(YAML::NodeType::Undefined);
   }
 
  private:
+  bool was_taken(std::string_view key) const {
+    return std::find(taken_.begin(), taken_.end(), key) != taken_.end();
+  }
+
   const YAML::Node& node_;
   bool is_map_ = false;
   YAML::const_iterator next_;
   YAML::const_iterator end_;
+  std::vector<std::string_view> taken_;
 };
 
 }  // namespace zunol_monitoring

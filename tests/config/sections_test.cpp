@@ -1,6 +1,7 @@
 // The items of lists, and the keys that are only read: the file of the defaults shows none of them.
 #include <gtest/gtest.h>
 
+#include "config/yaml_block.h"
 #include "tests/config/load_text.h"
 #include "zunol_monitoring/config/render.h"
 
@@ -40,4 +41,15 @@ checks:
                                  {"", "", "5s", true, true, false, "", {}}};
   checks.backups.items = {{"n", "t", "p", "c", "a", 1.5}, {"", "file", "", "", "24h", 0}};
   EXPECT_TRUE(config == expected) << render_text(config);
+}
+
+TEST(YamlBlock, GivesEachValueInWhateverOrderAndAgain) {
+  const YAML::Node node = YAML::Load("{a: 1, b: 2, c: 3}");
+  YamlBlock block(node);
+  std::string given;
+  for (const char* key : {"a", "c", "b", "c", "b", "d", "a"}) {
+    const YAML::Node value = block.take(key);
+    given += value.IsDefined() ? value.Scalar() : "-";
+  }
+  EXPECT_EQ(given, "13232-1");
 }
