@@ -9,7 +9,9 @@
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/base/command_runner.h"
 #include "zunol_monitoring/base/files.h"
+#include "zunol_monitoring/base/log.h"
 #include "zunol_monitoring/events/build_event.h"
+#include "zunol_monitoring/events/event_envelope.h"
 #include "zunol_monitoring/history/queueing_history_writer.h"
 #include "zunol_monitoring/history/spool_export.h"
 
@@ -99,6 +101,50 @@ TEST_F(HistoryWriter, EnqueueRaisesWhatItCannotQueue) {
       json::parse(std::string(max_data_depth, '[') + std::string(max_data_depth, ']'));
   writer_.enqueue("test_event", deepest);
   EXPECT_EQ(query("SELECT count(*) FROM vorn_sync_queue"), "1\n");
+}
+
+TEST_F(HistoryWriter, TheQueuedTextIsThatOfTheBuiltEvent) {
+  const char* const rows[] = {
+      "5",
+      "null",
+      "[1,2]",
+      R"("text")",
+      "{}",
+      R"({"value":null})",
+      R"({"payload":null})",
+      R"({"payload":{"a":[1.5,"\u00e9\n"]},"level":"critical"})",
+      R"({"payload":{},"extra":1})",
+      R"({"level":7,"type":"x","schema":1,"agent_id":2,"zeta":{"b":1,"a":2},"event":3})",
+      R"({"created_at":"\u2028","server_name":"s","disk":"/","used_percent":91.5})"};
+  for (const char* row : rows) {
+    json data = json::parse(row);
+    if (data.is_object()) data["event_id"] = "evt \"1\"";
+    const json before = data;
+    const EnqueueResult result = writer_.try_enqueue("test_event", data);
+    EXPECT_TRUE(result) << row << result.refusal;
+    EXPECT_EQ(data, before);
+    const VornSyncItem item = store_.list_sync_events(1, true).at(0);
+    EXPECT_EQ(item.event_id, result.event_id);
+    json made = build_event(config_, "test_event", data);
+    for (const char* key : {"event_id", "created_at"}) made[key] = json::parse(item.payload)[key];
+    EXPECT_EQ(item.payload, made.dump()) << row;
+    query("DELETE FROM vorn_sync_queue");
+  }
+  const struct {
+    const char* type;
+    json data;
+    const char* refusal;
+  } refused[] = {
+      {"nonsense", 1, "unknown event type: nonsense"},
+      {"test_event", {{"payload", 3}}, "payload must be a JSON object"},
+      {"test_event", {{"level", "loud"}}, "level must be info, warning or critical"},
+  };
+  for (const auto& row : refused) {
+    const EnqueueResult result = writer_.try_enqueue(row.type, row.data);
+    EXPECT_EQ(result.refusal, row.refusal);
+    EXPECT_EQ(validate_event(build_event(config_, row.type, row.data)), row.refusal);
+    EXPECT_EQ(result.event_id, "");
+  }
 }
 
 TEST_F(HistoryWriter, DisabledDoesNothing) {
@@ -316,6 +362,105 @@ TEST_F(HistoryWriter, AQueueThatCannotBeListedOrKeptRaises) {
   EXPECT_EQ(error_of([&] { writer_.flush(); }), "no such table: vorn_sync_queue");
   store_.close();
   EXPECT_FALSE(fs::exists(file_.string() + "-wal"));
+}
+
+TEST_F(HistoryWriter, AClosedStoreSaysSo) {
+  store_.close();
+  EXPECT_EQ(error_of([&] { enqueue("evt_1"); }), "the store is closed");
+  EXPECT_EQ(error_of([&] { writer_.flush(); }), "the store is closed");
+}
+
+TEST_F(HistoryWriter, ALogThatFailsEndsTheFlushAndKeepsTheRest) {
+  deliver_by("printf '\\377'; false");
+  for (const char* id : {"a", "b"}) enqueue(id);
+  set_log_json(true);  // in which a text that is no UTF-8 cannot be written
+  EXPECT_ANY_THROW(writer_.flush());
+  set_log_json(false);
+  EXPECT_EQ(query("SELECT attempt_count FROM vorn_sync_queue ORDER BY event_id"), "1\n0\n");
+  EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
+}
+
+TEST_F(HistoryWriter, ACommandBeyondItsTimeIsEndedWithAllOfItsGroup) {
+  using std::chrono::milliseconds;
+  const std::string pids = dir_ / "pids";
+  const struct {
+    const char* name;
+    std::string command;
+  } rows[] = {
+      {"hangs", "echo $$ >>" + pids + "; sleep 60"},
+      {"hides behind a child", "sh -c 'echo $$ >>" + pids + "; sleep 60' & true"},
+      {"closes its output", "echo $$ >>" + pids + "; exec >&- 2>&-; sleep 60"},
+      {"never stops printing", "echo $$ >>" + pids + "; yes"},
+  };
+  for (const auto& row : rows) {
+    deliver_by(row.command);
+    query("DELETE FROM vorn_sync_queue");
+    enqueue(row.name);
+    const std::string log =
+        log_of([&] { EXPECT_EQ(writer_.flush({.command_time = milliseconds(300)}), 0); });
+    EXPECT_EQ(log, std::string("WARN vorn event flush failed event_id=") + row.name +
+                       " error=append_command ended after its time limit of 300 ms\n");
+    EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
+  }
+  std::istringstream lines(read_text_file(pids));
+  int count = 0;
+  for (std::string pid; lines >> pid; ++count) {
+    // What no one waits for stays as a zombie.
+    EXPECT_NE(run_shell_line("grep -q '^State:.[^ZX]' /proc/" + pid + "/status 2>/dev/null"), 0) << pid;
+  }
+  EXPECT_EQ(count, 4);
+
+  // Within its time a command says what it would say without a limit.
+  deliver_by("echo boom; yes | head -c 200000; exit 3");
+  make_due();
+  log_of([&] { EXPECT_EQ(writer_.flush({.command_time = milliseconds(60000)}), 0); });
+  const std::string error = query("SELECT last_error FROM vorn_sync_queue");
+  EXPECT_TRUE(error.starts_with("append_command failed: boom\ny\n")) << error.substr(0, 80);
+  EXPECT_NE(error.find("\n[134469 bytes left out]\ny\n"), std::string::npos) << error.size();
+}
+
+TEST_F(HistoryWriter, AFlushThatIsStoppedEndsBehindTheRowOnItsWay) {
+  std::stop_source stop;
+  deliver_by("touch " + (dir_ / "begun").string() + "; sleep 0.5");
+  for (const char* id : {"a", "b", "c"}) enqueue(id);
+  const std::jthread stopper([&] {
+    while (!fs::exists(dir_ / "begun")) std::this_thread::yield();
+    stop.request_stop();
+  });
+  EXPECT_EQ(writer_.flush({.stop = stop.get_token()}), 1);
+  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue ORDER BY event_id"),
+            "sent|0\npending|0\npending|0\n");
+}
+
+TEST_F(HistoryWriter, TheEventFileIsClosedBeforeTheCommandRuns) {
+  // The shell's parents are the runner's shell and this process: none has the file open.
+  deliver_by("ls -l /proc/" + std::to_string(getpid()) + "/fd | grep -c vorn-event >" +
+             (dir_ / "open").string() + "; true");
+  enqueue("evt_1");
+  EXPECT_EQ(writer_.flush(), 1);
+  EXPECT_EQ(read_text_file(dir_ / "open"), "0\n");
+}
+
+TEST_F(HistoryWriter, ADropBoxThatMayNotBeReadTakesTheEvent) {
+  constexpr unsigned nobody = 65534;
+  if (getuid() != 0) GTEST_SKIP() << "needs another user to write as";
+  fs::permissions(dir_.path(), fs::perms(0711));
+  fs::create_directory(spool_);
+  fs::permissions(spool_, fs::perms(0730));
+  ASSERT_EQ(chown(spool_.c_str(), 0, nobody), 0);
+  const VornSyncItem item{.event_id = "evt_1", .payload = "{}", .created_at = "t"};
+  const pid_t child = fork();
+  if (child == 0) {
+    if (setgid(nobody) != 0 || setuid(nobody) != 0) _exit(2);
+    _exit(error_of([&] { export_spool_file(config_.vorn, item); }) ? 1 : 0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(mode_of(spool_ / "t_evt_1.json"), 0640U);
+  config_.vorn.export_dir = "";
+  EXPECT_EQ(error_of([&] { export_spool_file(config_.vorn, item); }),
+            error_of([&] { ensure_group_directory(""); }));
 }
 
 TEST_F(HistoryWriter, AReadOnlyExportDirectoryKeepsTheRow) {
