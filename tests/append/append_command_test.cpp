@@ -39,6 +39,25 @@ TEST(AppendCommand, AppendsOnceAndLeavesAPrivateMarker) {
   EXPECT_EQ(scene.calls(), 1U);
 }
 
+TEST(AppendCommand, RunsOfOneEventAtOnceAppendItOnce) {
+  AppendScene scene;
+  scene.environment["ledger"] = scene.dir / "ledger.db";
+  scene.vorn["bridge_command"] = "'" ZUNOL_SOURCE_DIR "/backends/sqlite-ledger' \"$ledger\"";
+  scene.write_config();
+  write_text_file(scene.dir / "event.json", scene.event.dump());
+  const ProcessResult runs = scene.run_command_only(
+      {"/bin/sh", "-c",
+       "for i in 1 2 3 4 5 6; do " ZUNOL_BIN_DIR "/zunol-vorn-append-event & done\n"
+       "for i in 1 2 3 4 5 6; do wait %$i || exit; done"});
+  expect_run(runs, 0, "");
+  EXPECT_EQ(scene
+                .run_command_only({"/bin/sh", "-c",
+                                   "sqlite3 \"$ledger\" 'SELECT count(*), event_id FROM ledger'"})
+                .out,
+            "1|evt_1\n");
+  EXPECT_EQ(read_text_file(scene.marker()), "evt_1\n");
+}
+
 TEST(AppendCommand, EventProblemsInTheirOrder) {
   const struct {
     std::map<std::string, std::string> environment;  ///< what changes in it

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -7,6 +8,8 @@
 #include <random>
 #include <thread>
 
+#include "store/connection.h"
+#include "store/statement.h"
 #include "tests/store/store_scene.h"
 #include "zunol_monitoring/base/files.h"
 
@@ -114,6 +117,41 @@ TEST_F(Retention, WithinItsLimitAStoreIsOnlyPruned) {
   EXPECT_EQ(counts(), "20|20|3|60|20|20\n");
   store_.run_maintenance(1, store_.local_size_bytes() - 1);  // one byte too large
   EXPECT_EQ(counts(), "20|20|3|9|2|2\n");
+}
+
+TEST_F(Retention, TheGainTellsWhatARunWouldDelete) {
+  work(2000);
+  const auto rows = [&] {
+    return query(
+        "SELECT (SELECT count(*) FROM check_results) + (SELECT count(*) FROM agent_journal) + "
+        "(SELECT count(*) FROM incidents) + (SELECT count(*) FROM notification_queue) + "
+        "(SELECT count(*) FROM vorn_sync_queue)");
+  };
+  EXPECT_EQ(store_.maintenance_gain(10, 0).rows, 1790);  // resolved incidents, and no limit
+  const int before = std::stoi(rows());
+  const MaintenanceGain gain = store_.maintenance_gain(10, 1);
+  store_.run_maintenance(10, 1);
+  EXPECT_EQ(gain.rows, before - std::stoi(rows()));
+  EXPECT_EQ(store_.maintenance_gain(10, 1).rows, 0);
+  EXPECT_EQ(store_.maintenance_gain(10, 1).free_bytes, 0U);
+  store_.exec("DELETE FROM check_results");
+  EXPECT_GT(store_.maintenance_gain(10, 1).free_bytes, 100000U);
+  EXPECT_EQ(store_.maintenance_gain(10, 0).free_bytes, 0U);
+}
+
+TEST_F(Retention, AReaderInTheWayHoldsUpNothingButTheCheckpoint) {
+  work(100);
+  store_.exec("PRAGMA busy_timeout=100");  // what the 10 seconds would come to
+  const Connection reader(open_connection(file_, SQLITE_OPEN_READONLY));
+  Statement open(reader.get(), "SELECT id FROM check_results");
+  EXPECT_TRUE(open.next_or_raise());
+  const std::string before = kept();
+  store_.run_maintenance(1, 1);
+  EXPECT_EQ(counts(), "100|100|11|33|10|10\n");
+  EXPECT_EQ(kept(), before);
+  int seen = 1;  // the reader goes on with what it saw at its beginning
+  while (open.next_or_raise()) ++seen;
+  EXPECT_EQ(seen, 100);
 }
 
 TEST_F(Retention, StageTwoFollowsOnlyWhereStageOneWasNotEnough) {

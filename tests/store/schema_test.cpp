@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
+#include <chrono>
+#include <functional>
+
+#include "store/connection.h"
+#include "store/statement.h"
 #include "tests/store/sql.h"
 #include "zunol_monitoring/base/files.h"
 #include "zunol_monitoring/store/sqlite_store.h"
@@ -165,6 +171,9 @@ TEST(SqliteStore, SetsItsPragmas) {
   const TempDir dir;
   SqliteStore store(dir / "agent.db");
   EXPECT_EQ(sql(dir / "agent.db", "PRAGMA journal_mode"), "wal\n");
+  // An enqueue that has returned is on the disk: full synchronisation, which is 2.
+  Statement synchronous(StoreConnection::of(store), "PRAGMA synchronous");
+  EXPECT_EQ(synchronous.next_or_raise() ? synchronous.integer(0) : -1, 2);
   store.exec("CREATE TABLE child(incident TEXT REFERENCES incidents(id))");
   EXPECT_EQ(error_of([&] { store.exec("INSERT INTO child VALUES('nobody')"); }),
             "FOREIGN KEY constraint failed");
@@ -218,6 +227,68 @@ TEST(SqliteStore, AFailingOpenLeavesAClosedStoreThatOpensAgain) {
   store.open(dir / "good.db");
   store.apply_schema();
   EXPECT_TRUE(store.list_sync_events(1, true).empty());
+}
+
+TEST(SqliteStore, AnOpenWaitsTenSecondsForALockedDatabaseAndNoLonger) {
+  const TempDir dir;
+  sql(dir / "old.db", "CREATE TABLE other(a)");
+  SqliteStore holder;
+  const Connection lock(open_connection(dir / "old.db", SQLITE_OPEN_READWRITE));
+  Statement(lock.get(), "BEGIN EXCLUSIVE").run();
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(error_of([&] { holder.open(dir / "old.db"); }), "database is locked");
+  const auto waited = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(waited, std::chrono::milliseconds(9900));
+  EXPECT_LT(waited, std::chrono::seconds(15));  // and not twice
+}
+
+TEST(SqliteStore, FailuresTellWhatKindTheyAre) {
+  const TempDir dir;
+  const auto code_of = [](auto action) {
+    try {
+      action();
+    } catch (const StoreError& error) {
+      return error.code();
+    }
+    return SQLITE_OK;
+  };
+  SqliteStore store(dir / "agent.db");
+  store.exec("PRAGMA max_page_count=1");
+  EXPECT_EQ(code_of([&] { store.enqueue_sync_event("a", std::string(9000, 'x')); }), SQLITE_FULL);
+  store.exec("PRAGMA busy_timeout=0");
+  const Connection lock(open_connection(dir / "agent.db", SQLITE_OPEN_READWRITE));
+  Statement(lock.get(), "BEGIN IMMEDIATE").run();
+  EXPECT_EQ(code_of([&] { store.enqueue_sync_event("a", "b"); }), SQLITE_BUSY);
+  EXPECT_EQ(code_of([&] { store.exec("VACUUM"); }), SQLITE_BUSY);
+  write_text_file(dir / "junk.db", std::string(5000, 'x'));
+  EXPECT_EQ(code_of([&] { store.open(dir / "junk.db"); }), SQLITE_NOTADB);
+  EXPECT_EQ(code_of([&] { store.open(dir.path()); }), SQLITE_CANTOPEN);
+}
+
+TEST(SqliteStore, AClosedStoreSaysSoAndAMovedOneIsClosed) {
+  const TempDir dir;
+  SqliteStore store(dir / "agent.db");
+  store.enqueue_sync_event("evt", "{}");
+  SqliteStore moved = std::move(store);
+  EXPECT_EQ(moved.list_sync_events(1, true).size(), 1U);
+  EXPECT_GT(moved.local_size_bytes(), 0U);
+  const struct {
+    const char* name;
+    std::function<void()> action;
+    const char* error;
+  } rows[] = {
+      {"enqueue", [&] { store.enqueue_sync_event("a", "b"); }, "the store is closed"},
+      {"list", [&] { (void)store.list_incidents(1); }, "the store is closed"},
+      {"find", [&] { (void)store.find_incident("a"); }, "the store is closed"},
+      {"apply_schema", [&] { store.apply_schema(); }, "the store is closed"},
+      {"maintenance", [&] { store.run_maintenance(0, 1); }, "the store is closed"},
+      {"gain", [&] { (void)store.maintenance_gain(1, 1); }, "the store is closed"},
+      {"exec", [&] { store.exec("SELECT 1"); }, "sqlite exec failed"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(error_of(row.action), row.error) << row.name;
+  moved = SqliteStore(dir / "other.db");
+  EXPECT_TRUE(moved.list_sync_events(1, true).empty());
+  EXPECT_FALSE(std::filesystem::exists(dir / "agent.db-wal"));  // the first one is closed
 }
 
 TEST(SqliteStore, FailuresCarrySqlitesText) {
