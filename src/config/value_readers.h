@@ -1,5 +1,5 @@
-// The conversion of single YAML values. All of it is the YAML library's own: what converts, and the
-// exception where a value does not.
+// The conversion of single YAML values: what converts, and the exception where a value does not,
+// are those of the YAML library.
 #pragma once
 
 #include <cstdint>

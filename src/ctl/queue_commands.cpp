@@ -12,10 +12,10 @@
 #include "ctl/listing.h"
 #include "ctl/open_store.h"
 #include "ctl/tool.h"
-#include "zunol_monitoring/base/clock.h"
-#include "zunol_monitoring/config/load.h"
 #include "history/delivery.h"
 #include "store/due_rows.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -170,11 +170,11 @@ class FlushReport {
 
   std::int64_t rows() const { return delivered_ + failures_; }
 
-  void add(const VornSyncItem& row, const std::string* failure) {
-    ++(failure == nullptr ? delivered_ : failures_);
-    if (failure != nullptr && json_) {
+  void add(const VornSyncItem& row, const std::optional<std::string>& failure) {
+    ++(failure ? failures_ : delivered_);
+    if (failure && json_) {
       print_json({{"event_id", row.event_id}, {"error", *failure}});
-    } else if (failure != nullptr) {
+    } else if (failure) {
       progress_.clear();
       print(coloured(Colour::red, "failed") + ' ' + printable(row.event_id + ": " + *failure) +
             '\n');
@@ -210,7 +210,7 @@ int flush(const Tool& tool, bool all) {
   Delivery delivery{.due_at = utc_timestamp_iso()};
   const std::int64_t due = count_due_sync_rows(StoreConnection::of(store), delivery.due_at);
   FlushReport report(tool, due);
-  delivery.tell = [&report](const VornSyncItem& row, const std::string* failure) {
+  delivery.tell = [&report](const VornSyncItem& row, const std::optional<std::string>& failure) {
     report.add(row, failure);
     if (interrupted != 0) throw Interrupted();
   };

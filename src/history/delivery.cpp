@@ -93,11 +93,11 @@ int deliver_due_events(const Config& config, SqliteStore& store, const Delivery&
     } catch (const std::exception& error) {
       const std::string reason = error.what();
       store.record_sync_failure(item.event_id, reason);
-      delivery.tell(item, &reason);
+      delivery.tell(item, reason);
       continue;
     }
     ++sent;
-    delivery.tell(item, nullptr);
+    delivery.tell(item, std::nullopt);
   }
   return sent;
 }

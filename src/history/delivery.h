@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "zunol_monitoring/history/queueing_history_writer.h"
@@ -13,7 +14,7 @@ struct Delivery {
   FlushLimits limits;
   /// Told what became of each row: delivered (no failure) or not, for this reason. What it raises
   /// ends the delivery behind that row.
-  std::function<void(const VornSyncItem& row, const std::string* failure)> tell;
+  std::function<void(const VornSyncItem& row, const std::optional<std::string>& failure)> tell;
 };
 
 /// What QueueingVornHistoryWriter::flush does, but tells each row's outcome in place of a log line.

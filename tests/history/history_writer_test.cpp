@@ -121,7 +121,7 @@ TEST_F(HistoryWriter, TheQueuedTextIsThatOfTheBuiltEvent) {
     if (data.is_object()) data["event_id"] = "evt \"1\"";
     const json before = data;
     const EnqueueResult result = writer_.try_enqueue("test_event", data);
-    EXPECT_TRUE(result) << row << result.refusal;
+    EXPECT_FALSE(result.refusal) << row;
     EXPECT_EQ(data, before);
     const VornSyncItem item = store_.list_sync_events(1, true).at(0);
     EXPECT_EQ(item.event_id, result.event_id);
@@ -266,8 +266,8 @@ TEST_F(HistoryWriter, AFlushForATimeTakesNoRowTwice) {
   config_.vorn.max_batch = 2;
   const std::string start = utc_timestamp_iso();
   std::string told;
-  const auto tell = [&](const VornSyncItem& row, const std::string* failure) {
-    EXPECT_EQ(failure != nullptr, row.event_id != "c");
+  const auto tell = [&](const VornSyncItem& row, const std::optional<std::string>& failure) {
+    EXPECT_EQ(failure.has_value(), row.event_id != "c");
     told += row.event_id;
     // A minute passes: what failed is due again by now, but not at the start.
     query("UPDATE vorn_sync_queue SET next_attempt_at='" +
@@ -406,7 +406,8 @@ TEST_F(HistoryWriter, ACommandBeyondItsTimeIsEndedWithAllOfItsGroup) {
   int count = 0;
   for (std::string pid; lines >> pid; ++count) {
     // What no one waits for stays as a zombie.
-    EXPECT_NE(run_shell_line("grep -q '^State:.[^ZX]' /proc/" + pid + "/status 2>/dev/null"), 0) << pid;
+    EXPECT_NE(run_shell_line("grep -q '^State:.[^ZX]' /proc/" + pid + "/status 2>/dev/null"), 0)
+        << pid;
   }
   EXPECT_EQ(count, 4);
 

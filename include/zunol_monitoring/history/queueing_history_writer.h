@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -18,10 +19,8 @@ inline constexpr int default_batch = 100;
 
 /// What became of an event: its id, or why it is not queued.
 struct EnqueueResult {
-  std::string event_id;  ///< empty where the event was refused
-  std::string refusal;   ///< empty where it is queued
-
-  explicit operator bool() const { return refusal.empty(); }
+  std::string event_id;
+  std::optional<std::string> refusal;
 };
 
 /// What ends a flush before its batch does.
