@@ -32,8 +32,9 @@ struct LedgerScene {
   }
 };
 
-void expect_one_line_of_failure(const ProcessResult& run, const std::string& part) {
-  EXPECT_NE(run.status, 0);
+void expect_one_line_of_failure(const ProcessResult& run, int status, const std::string& part) {
+  EXPECT_EQ(run.status, status) << run.err;
+  EXPECT_EQ(run.out, "");
   EXPECT_TRUE(run.err.starts_with("sqlite-ledger: ")) << run.err;
   EXPECT_NE(run.err.find(part), std::string::npos) << run.err;
   EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
@@ -50,10 +51,11 @@ TEST(SqliteLedger, KeepsEachEventOfABlockOnceAndByteForByte) {
   EXPECT_EQ(scene.append().status, 0);
   EXPECT_EQ(mode_of(scene.ledger), 0600U);
 
-  write_text_file(scene.dir / "event.json", "{}");
   const ProcessResult again = scene.append();
   EXPECT_EQ(again.status, 0);
-  EXPECT_EQ(again.out + again.err, "");
+  EXPECT_EQ(again.out + again.err, "appended\n");
+  write_text_file(scene.dir / "event.json", "{}");
+  expect_one_line_of_failure(scene.append(), 65, "has the id evt_1 with another event");
   EXPECT_EQ(scene
                 .sql("SELECT count(*), sequence, history_block_id, event_id, typeof(event), "
                      "abs(strftime('%s', 'now') - strftime('%s', appended_at)) < 60 FROM ledger")
@@ -118,22 +120,56 @@ TEST(SqliteLedger, WhatIsMissingIsNamedInOneLine) {
         "ZUNOL_VORN_HISTORY_BLOCK_ID", "ZUNOL_VORN_WALLET_FILE"}) {
     LedgerScene scene;
     scene.environment.erase(name);
-    expect_one_line_of_failure(scene.append(), std::string(name) + " is not set");
+    expect_one_line_of_failure(scene.append(), 64, std::string(name) + " is not set");
     EXPECT_FALSE(std::filesystem::exists(scene.ledger));
   }
   LedgerScene scene;
-  expect_one_line_of_failure(scene.append_to({}), "usage: sqlite-ledger LEDGER");
-  expect_one_line_of_failure(scene.append_to({scene.dir / "no/where.db"}), "cannot append to");
+  expect_one_line_of_failure(scene.append_to({}), 64, "usage: sqlite-ledger LEDGER");
+  expect_one_line_of_failure(scene.append_to({scene.dir / "no/where.db"}), 75, "cannot append to");
   write_text_file(scene.dir / "junk", std::string(5000, 'x'));
-  expect_one_line_of_failure(scene.append_to({scene.dir / "junk"}), "not a database");
+  expect_one_line_of_failure(scene.append_to({scene.dir / "junk"}), 75, "not a database");
   for (const std::string file : {"missing\nfile", ""}) {
     scene.environment["ZUNOL_VORN_EVENT_FILE"] = (scene.dir / file).string();
-    expect_one_line_of_failure(scene.append(), "cannot read event file");
+    expect_one_line_of_failure(scene.append(), 66, "cannot read event file");
   }
   LedgerScene without_sqlite;
   without_sqlite.environment["PATH"] = without_sqlite.dir.path();
   std::filesystem::create_symlink("/usr/bin/tr", without_sqlite.dir / "tr");
-  expect_one_line_of_failure(without_sqlite.append(), "the program sqlite3 is not installed");
+  expect_one_line_of_failure(without_sqlite.append(), 75, "the program sqlite3 is not installed");
+}
+
+TEST(SqliteLedger, NothingButTheWholeEventCountsAsAppended) {
+  LedgerScene scene;
+  write_text_file(scene.dir / "event.json", "");
+  expect_one_line_of_failure(scene.append(), 66, "is empty");
+  EXPECT_FALSE(std::filesystem::exists(scene.ledger));
+
+  write_text_file(scene.dir / "event.json", "{}");
+  const struct {
+    const char* program;  ///< that stands in front of the real one
+    std::string text;
+    const char* error;
+  } rows[] = {
+      {"sqlite3", "exit 0", "sqlite3 said nothing"},
+      {"sqlite3", "exec /usr/bin/sqlite3 -cmd 'PRAGMA user_version' \"$@\"", ": 0 appended"},
+      {"sqlite3", "echo 'database or disk is full' >&2; exit 13", "database or disk is full"},
+      {"sqlite3", ": >\"$ZUNOL_VORN_EVENT_FILE\"; exec /usr/bin/sqlite3 \"$@\"",
+       "the event file was not read"},
+  };
+  scene.environment["PATH"] = (scene.dir / "bin").string() + ":/usr/bin:/bin";
+  for (const auto& row : rows) {
+    const auto program = scene.dir / "bin" / row.program;
+    write_text_file(program, "#!/bin/sh\n" + row.text + "\n");
+    std::filesystem::permissions(program, std::filesystem::perms(0700));
+    scene.environment["ZUNOL_VORN_EVENT_ID"] = row.error;
+    expect_one_line_of_failure(scene.append(), 75, row.error);
+    std::filesystem::remove(program);
+  }
+  write_text_file(scene.dir / "event.json", "{}");
+  scene.environment["PATH"] = "/usr/bin:/bin";
+  scene.sql("CREATE TRIGGER theirs BEFORE INSERT ON ledger BEGIN SELECT RAISE(IGNORE); END");
+  scene.environment["ZUNOL_VORN_EVENT_ID"] = "evt_2";
+  expect_one_line_of_failure(scene.append(), 75, "the ledger did not keep the event");
 }
 
 TEST(SqliteLedger, TheUsersOwnSettingsOfSqliteDoNotCount) {
