@@ -23,8 +23,7 @@ void create_durable_directories(const fs::path& directory) {
   std::vector<fs::path> missing;
   std::error_code unknown;
   fs::path path = directory.has_filename() ? directory : directory.parent_path();
-  while (path.has_relative_path() &&
-         fs::status(path, unknown).type() == fs::file_type::not_found) {
+  while (path.has_relative_path() && fs::status(path, unknown).type() == fs::file_type::not_found) {
     missing.push_back(path);
     path = path.parent_path();
   }

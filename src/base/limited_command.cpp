@@ -51,8 +51,8 @@ class CutText {
   std::size_t dropped_ = 0;
 };
 
-/// A shell with its own process group, whose merged output comes through a pipe. It is gone when the
-/// object is.
+/// A shell with its own process group, whose merged output comes through a pipe. It is gone when
+/// the object is.
 class ShellProcess {
  public:
   explicit ShellProcess(const std::string& line) {
@@ -70,8 +70,7 @@ class ShellProcess {
     std::string option = "-c";
     std::string text = line;
     char* arguments[] = {shell.data(), option.data(), text.data(), nullptr};
-    const int error =
-        posix_spawn(&child_, "/bin/sh", &actions, &attributes, arguments, environ);
+    const int error = posix_spawn(&child_, "/bin/sh", &actions, &attributes, arguments, environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);

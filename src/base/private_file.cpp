@@ -6,7 +6,12 @@
 
 #include <cerrno>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
+
+#include "base/durable.h"
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/base/files.h"
 
 namespace zunol_monitoring {
 
@@ -30,15 +35,30 @@ void PrivateFile::write(std::string_view text) {
   }
 }
 
-void PrivateFile::sync() {
+void PrivateFile::publish(const std::filesystem::path& final_path) {
   if (fsync(file_) != 0) fail();
-}
-
-void PrivateFile::share_with_group() {
+  std::filesystem::rename(path_, final_path);
+  // By the descriptor: someone else may have changed what the name stands for. Failure leaves it
+  // private.
   constexpr mode_t group_readable = 0640;
   (void)fchmod(file_, group_readable);
+  sync_name(final_path);
 }
 
 void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
+
+void replace_file(const std::filesystem::path& path, std::string_view text) {
+  ensure_parent_directory(path);
+  const std::filesystem::path temporary = path.string() + ".tmp." + make_id("file");
+  PrivateFile file(temporary);
+  try {
+    file.write(text);
+    file.publish(path);
+  } catch (...) {
+    std::error_code ignored;
+    std::filesystem::remove(temporary, ignored);
+    throw;
+  }
+}
 
 }  // namespace zunol_monitoring

@@ -1,11 +1,10 @@
 // zunol-monitoring-ctl config: the configuration checked, shown and described.
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 
+#include "base/private_file.h"
 #include "config/judge.h"
 #include "ctl/config_file.h"
 #include "ctl/config_reference.h"
@@ -16,7 +15,6 @@
 #include "describe/key_index.h"
 #include "describe/mask_credentials.h"
 #include "describe/overlay_variables.h"
-#include "zunol_monitoring/base/files.h"
 #include "zunol_monitoring/config/load.h"
 #include "zunol_monitoring/config/render.h"
 #include "zunol_monitoring/config/validate.h"
@@ -232,22 +230,6 @@ struct DefaultArguments {
   bool force = false;
 };
 
-/// Writes beside `path` and renames, so that the file is there whole or not at all.
-void write_default(const fs::path& path) {
-  const fs::path temporary = path.string() + ".tmp." + std::to_string(getpid());
-  try {
-    write_default_config(temporary);
-    if (read_text_file(temporary) != render_text(default_config())) {
-      throw std::runtime_error("cannot write " + temporary.string());
-    }
-    fs::rename(temporary, path);
-  } catch (...) {
-    std::error_code ignored;
-    fs::remove(temporary, ignored);
-    throw;
-  }
-}
-
 int print_or_write_default(const Tool& tool, const DefaultArguments& arguments) {
   if (arguments.path.empty() && tool.json) {
     print_json(json::parse(catalogue_json(key_catalogue(default_config()))));
@@ -257,7 +239,7 @@ int print_or_write_default(const Tool& tool, const DefaultArguments& arguments) 
     if (!arguments.force && fs::exists(fs::symlink_status(arguments.path))) {
       throw std::runtime_error(arguments.path + " exists already; --force replaces it");
     }
-    write_default(arguments.path);
+    replace_file(arguments.path, render_text(default_config()));
   }
   return done;
 }

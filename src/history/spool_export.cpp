@@ -2,7 +2,6 @@
 
 #include <filesystem>
 
-#include "base/durable.h"
 #include "base/private_file.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/base/files.h"
@@ -20,10 +19,7 @@ void export_spool_file(const VornConfig& config, const VornSyncItem& item) {
   // The row's copy of the event is given up once this returns: it must outlast a power failure.
   PrivateFile file(temporary_path);
   file.write(item.payload + '\n');
-  file.sync();
-  std::filesystem::rename(temporary_path, final_path);
-  file.share_with_group();
-  sync_name(final_path);
+  file.publish(final_path);
 }
 
 }  // namespace zunol_monitoring

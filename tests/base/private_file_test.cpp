@@ -17,9 +17,26 @@ TEST(PrivateFile, IsPrivateFromTheStartWhateverTheUmask) {
     EXPECT_EQ(mode_of(path), 0600U);
     file.write("one ");
     file.write("two");
-    file.sync();
-    EXPECT_EQ(read_text_file(path), "one two");
+    file.publish(path.string() + ".done");
+    EXPECT_EQ(read_text_file(path.string() + ".done"), "one two");
+    EXPECT_EQ(mode_of(path.string() + ".done"), 0640U);
+    EXPECT_FALSE(std::filesystem::exists(path));
   }
+}
+
+TEST(PrivateFile, AFileIsReplacedWholeOrNotAtAll) {
+  const TempDir dir;
+  for (const char* text : {"long old text", "new"}) {
+    replace_file(dir / "a/b", text);
+    EXPECT_EQ(read_text_file(dir / "a/b"), text);
+  }
+  std::filesystem::create_directory(dir / "a/taken");
+  EXPECT_ANY_THROW(replace_file(dir / "a/taken", "new"));
+  // What was planted under the final name is not followed.
+  std::filesystem::create_symlink(dir / "a/b", dir / "a/link");
+  replace_file(dir / "a/link", "its own");
+  EXPECT_EQ(read_text_file(dir / "a/b"), "new");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "a"), {}), 3);
 }
 
 TEST(PrivateFile, ANameThatIsTakenIsNeverWritten) {
