@@ -25,6 +25,17 @@ using std::chrono::milliseconds;
 /// Time for a command to clean up before it is killed.
 constexpr milliseconds grace{2000};
 
+/// How long a request to give up can go unseen.
+constexpr milliseconds longest_wait{200};
+
+/// When the waiting for a command ends.
+struct Patience {
+  Clock::time_point deadline;
+  const std::function<bool()>& give_up;
+
+  bool is_over() const { return Clock::now() >= deadline || (give_up && give_up()); }
+};
+
 /// The beginning and the end of a text of any length.
 class CutText {
  public:
@@ -85,28 +96,28 @@ class ShellProcess {
   ShellProcess(const ShellProcess&) = delete;
   ShellProcess& operator=(const ShellProcess&) = delete;
 
-  /// Reads until the output is closed; false when the time runs out first.
-  bool read_until(Clock::time_point deadline, CutText& text) {
+  /// Reads until the output is closed; false when the patience is over first.
+  bool read_whole(const Patience& patience, CutText& text) {
     std::array<char, 65536> chunk;
     while (true) {
-      const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now()).count();
-      if (left <= 0) return false;
+      if (patience.is_over()) return false;
       pollfd ready = {.fd = output_, .events = POLLIN, .revents = 0};
-      if (poll(&ready, 1, static_cast<int>(std::min<long long>(left, 60000))) <= 0) continue;
+      const auto left = std::chrono::ceil<milliseconds>(patience.deadline - Clock::now());
+      if (poll(&ready, 1, static_cast<int>(std::min(left, longest_wait).count())) <= 0) continue;
       const ssize_t count = read(output_, chunk.data(), chunk.size());
       if (count < 0 && errno == EINTR) continue;
       if (count <= 0) return true;
       text.append({chunk.data(), static_cast<std::size_t>(count)});
     }
   }
-  /// Waits until the shell has ended; false when the time runs out first.
-  bool wait_until(Clock::time_point deadline) {
+  /// Waits until the shell has ended; false when the patience is over first.
+  bool wait_for_end(const Patience& patience) {
     for (milliseconds pause{1}; !ended_; pause = std::min(2 * pause, milliseconds(20))) {
       const pid_t found = waitpid(child_, &status_, WNOHANG);
       if (found != 0 && !(found < 0 && errno == EINTR)) {
         if (found < 0) status_ = -1;  // someone ignores SIGCHLD, and has the status
         ended_ = true;
-      } else if (Clock::now() >= deadline) {
+      } else if (patience.is_over()) {
         return false;
       } else {
         std::this_thread::sleep_for(pause);
@@ -120,8 +131,9 @@ class ShellProcess {
   void end_group() {
     kill(-child_, SIGTERM);
     CutText unread;
-    (void)read_until(Clock::now() + grace, unread);  // its end tells that all of them have gone
-    kill(-child_, SIGKILL);                          // the shell, not waited for, keeps the number
+    (void)read_whole({Clock::now() + grace, nullptr},
+                     unread);  // its end tells that all of them have gone
+    kill(-child_, SIGKILL);    // the shell, not waited for, keeps the number
     while (waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
     }
   }
@@ -135,13 +147,15 @@ class ShellProcess {
 
 }  // namespace
 
-std::optional<CommandResult> run_limited_command(const std::string& line, milliseconds limit) {
+std::optional<CommandResult> run_limited_command(const std::string& line, milliseconds limit,
+                                                 const std::function<bool()>& give_up) {
   // The system takes a line only up to its first zero byte, which would be another line.
   if (line.find('\0') != std::string::npos) throw std::runtime_error("cannot run command");
-  const auto deadline = Clock::now() + limit;
+  const bool limited = limit > milliseconds(0);
+  const Patience patience{limited ? Clock::now() + limit : Clock::time_point::max(), give_up};
   ShellProcess shell(line);
   CutText output;
-  if (!shell.read_until(deadline, output) || !shell.wait_until(deadline)) return std::nullopt;
+  if (!shell.read_whole(patience, output) || !shell.wait_for_end(patience)) return std::nullopt;
   CommandResult result{.exit_code = decode_wait_status(shell.wait_status()),
                        .output = output.text()};
   if (result.exit_code != 0) result.error = result.output;

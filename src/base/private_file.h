@@ -1,5 +1,5 @@
-// New files that nobody but their owner can read from the moment they exist: events on their way, and
-// whatever gets a name that others look for.
+// New files that nobody but their owner can read from the moment they exist: events on their way,
+// and whatever gets a name that others look for.
 #pragma once
 
 #include <filesystem>
@@ -21,9 +21,9 @@ class PrivateFile {
 
   /// Writes all of `text`; a full disk is a failure.
   void write(std::string_view text);
-  /// Gives the file its final name, whose old file goes: complete, on the disk, content and name, and
-  /// then readable for the group, mode 0640, too. Raises also the file-system library's error where
-  /// the name cannot be given or synced.
+  /// Gives the file its final name, whose old file goes: complete, on the disk, content and name,
+  /// and then readable for the group, mode 0640, too. Raises also the file-system library's error
+  /// where the name cannot be given or synced.
   void publish(const std::filesystem::path& final_path);
 
  private:
@@ -33,8 +33,8 @@ class PrivateFile {
   int file_ = -1;
 };
 
-/// Writes `text` into a private file beside `path`, whose directories are created where missing, and
-/// publishes it as `path`. A failure leaves nothing behind, and raises what that does.
+/// Writes `text` into a private file beside `path`, whose directories are created where missing,
+/// and publishes it as `path`. A failure leaves nothing behind, and raises what that does.
 void replace_file(const std::filesystem::path& path, std::string_view text);
 
 }  // namespace zunol_monitoring

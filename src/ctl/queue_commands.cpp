@@ -12,9 +12,11 @@
 #include "ctl/listing.h"
 #include "ctl/open_store.h"
 #include "ctl/tool.h"
-#include "history/delivery.h"
-#include "store/due_rows.h"
+#include "history/drain.h"
+#include "history/event_file.h"
+#include "store/connection.h"
 #include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/config/duration.h"
 #include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
@@ -149,10 +151,14 @@ class ProgressBar {
   bool visible_ = isatty(STDERR_FILENO) == 1;
 };
 
-volatile std::sig_atomic_t interrupted = 0;
+/// How often the user has asked to end: once behind the row on its way, twice at once.
+volatile std::sig_atomic_t interrupts = 0;
 
-/// Ends a flush behind the row that was on its way.
-struct Interrupted {};
+struct FlushArguments {
+  bool all = false;
+  std::string timeout = "120s";  ///< longer than the minute that sqlite-ledger waits for its ledger
+  int stop_after = 0;            ///< failures in a row; 0: never
+};
 
 Config load_delivering_config(const Tool& tool) {
   Config config = load_config(tool.config);
@@ -166,12 +172,13 @@ Config load_delivering_config(const Tool& tool) {
 /// What a flush tells on its way and at its end.
 class FlushReport {
  public:
-  FlushReport(const Tool& tool, std::int64_t due) : json_(tool.json), progress_(due) {}
+  FlushReport(const Tool& tool, const FlushArguments& arguments, std::int64_t due)
+      : json_(tool.json), stop_after_(arguments.stop_after), progress_(due) {}
 
-  std::int64_t rows() const { return delivered_ + failures_; }
-
-  void add(const VornSyncItem& row, const std::optional<std::string>& failure) {
+  /// Whether the flush is to go on.
+  bool add(const VornSyncItem& row, const std::optional<std::string>& failure) {
     ++(failure ? failures_ : delivered_);
+    failures_in_a_row_ = failure ? failures_in_a_row_ + 1 : 0;
     if (failure && json_) {
       print_json({{"event_id", row.event_id}, {"error", *failure}});
     } else if (failure) {
@@ -180,50 +187,79 @@ class FlushReport {
             '\n');
     }
     finish_output();
-    progress_.show(rows());
+    progress_.show(delivered_ + failures_);
+    return interrupts == 0 && !stopped_early();
   }
-  /// The exit status.
-  int finish() {
+  /// Says what is done, and what is left; returns the exit status.
+  int finish(const SyncQueueStats& left) {
     progress_.clear();
-    if (interrupted != 0) print_error("interrupted; the other events stay in the queue");
-    if (json_) {
-      print_json(
-          {{"delivered", delivered_}, {"failed", failures_}, {"interrupted", interrupted != 0}});
-    } else {
-      print(std::to_string(delivered_) + " delivered, " + std::to_string(failures_) + " failed\n");
+    if (interrupts != 0) print_error("interrupted; the other events stay in the queue");
+    if (stopped_early()) {
+      print_error("ended after " + std::to_string(stop_after_) + " failures in a row");
     }
-    return failures_ == 0 && interrupted == 0 ? done : failed;
+    if (json_) {
+      print_json({{"delivered", delivered_},
+                  {"failed", failures_},
+                  {"interrupted", interrupts != 0},
+                  {"stopped_early", stopped_early()},
+                  {"pending", left.pending},
+                  {"next_attempt_at", left.next_attempt_at}});
+    } else {
+      print(std::to_string(delivered_) + " delivered, " + std::to_string(failures_) + " failed" +
+            left_text(left) + '\n');
+    }
+    return failures_ == 0 && interrupts == 0 ? done : failed;
   }
 
  private:
+  bool stopped_early() const { return stop_after_ > 0 && failures_in_a_row_ >= stop_after_; }
+  static std::string left_text(const SyncQueueStats& left) {
+    if (left.pending == 0) return "";
+    std::string text = ", " + std::to_string(left.pending) + " left";
+    if (left.due > 0) text += ", " + std::to_string(left.due) + " of them due";
+    if (const auto age = age_of(left.next_attempt_at)) {
+      text += ", the next attempt " + (*age >= 0 ? "is due" : "in " + span_text(-*age));
+    }
+    return text;
+  }
+
   bool json_;
+  int stop_after_;
   ProgressBar progress_;
   std::int64_t delivered_ = 0;
   std::int64_t failures_ = 0;
+  int failures_in_a_row_ = 0;
 };
 
-/// Each row that is due now once: one that fails may be due again before the last one had its turn.
-int flush(const Tool& tool, bool all) {
-  const Config config = load_delivering_config(tool);
-  SqliteStore store = open_to_change(config);
-  if (all) make_sync_events_due(store);
-  Delivery delivery{.due_at = utc_timestamp_iso()};
-  const std::int64_t due = count_due_sync_rows(StoreConnection::of(store), delivery.due_at);
-  FlushReport report(tool, due);
-  delivery.tell = [&report](const VornSyncItem& row, const std::optional<std::string>& failure) {
-    report.add(row, failure);
-    if (interrupted != 0) throw Interrupted();
-  };
+/// What is wrong with the text as a time limit, or "".
+std::string is_time_limit(const std::string& text) {
+  constexpr std::size_t most_digits = 6;
+  const bool taken =
+      text.find_first_not_of("0123456789") <= most_digits || text.size() <= most_digits;
+  if (taken && parse_duration_seconds(text, -1) >= 0) return "";
+  return text + " is no duration such as 90s or 5m, or 0 for none";
+}
 
-  for (const int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { interrupted = 1; });
-  try {
-    for (std::int64_t before = -1; before != report.rows() && before < due;) {
-      before = report.rows();
-      deliver_due_events(config, store, delivery);
-    }
-  } catch (const Interrupted&) {
+int flush(const Tool& tool, const FlushArguments& arguments) {
+  const Config config = load_delivering_config(tool);
+  const std::chrono::seconds limit(parse_duration_seconds(arguments.timeout, 0));
+  SqliteStore store = open_to_change(config);
+  remove_left_event_files();
+  FlushReport report(tool, arguments, gather_due_rows(store, arguments.all));
+
+  for (const int signal : {SIGINT, SIGTERM}) {
+    std::signal(signal, [](int) { interrupts = interrupts + 1; });
   }
-  return report.finish();
+  const Drain drain{.limits = {.command_time = limit, .give_up = [] { return interrupts > 1; }},
+                    .tell = [&report](const VornSyncItem& row, const auto& failure) {
+                      return report.add(row, failure);
+                    }};
+  try {
+    drain_due_rows(config, store, drain);
+  } catch (const DeliveryGivenUp&) {
+    // The row on its way stays as it was.
+  }
+  return report.finish(sync_queue_stats(StoreConnection::of(store)));
 }
 
 }  // namespace
@@ -239,11 +275,23 @@ void add_queue_commands(CLI::App& app, Tool& tool) {
   add_command(tool, group, "stats", "Count the pending events, with their ages and failures",
               [&tool] { return show_stats(tool); });
 
-  const auto all = std::make_shared<bool>(false);
+  const auto arguments = std::make_shared<FlushArguments>();
   CLI::App& flush_command =
       add_command(tool, group, "flush", "Deliver the due events now; 1 when any of them fails",
-                  [&tool, all] { return flush(tool, *all); });
-  flush_command.add_flag("--all", *all, "Also those that wait for their next attempt");
+                  [&tool, arguments] { return flush(tool, *arguments); });
+  flush_command.add_flag("--all", arguments->all, "Also those that wait for their next attempt");
+  flush_command
+      .add_option("--timeout", arguments->timeout,
+                  "How long a command may take for one event, or 0 for no limit")
+      ->check(is_time_limit)
+      ->type_name("DURATION")
+      ->capture_default_str();
+  flush_command
+      .add_option("--stop-after", arguments->stop_after,
+                  "End after so many failures in a row, or 0 for never")
+      ->check(CLI::Range(0, std::numeric_limits<int>::max()))
+      ->type_name("N")
+      ->capture_default_str();
 }
 
 }  // namespace zunol_monitoring::ctl

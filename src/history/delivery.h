@@ -1,23 +1,28 @@
-// One delivery of due rows of the outbox, with what the operator's tool asks of it beyond a flush.
+// The delivery of one event through the transport that the configuration names.
 #pragma once
 
+#include <chrono>
 #include <functional>
-#include <optional>
-#include <string>
 
-#include "zunol_monitoring/history/queueing_history_writer.h"
+#include "zunol_monitoring/config/config.h"
+#include "zunol_monitoring/store/sync_queue.h"
 
 namespace zunol_monitoring {
 
-struct Delivery {
-  std::string due_at;  ///< the rows that are due at this time; one that fails is not any more
-  FlushLimits limits;
-  /// Told what became of each row: delivered (no failure) or not, for this reason. What it raises
-  /// ends the delivery behind that row.
-  std::function<void(const VornSyncItem& row, const std::optional<std::string>& failure)> tell;
+/// What ends a command before it ends by itself.
+struct DeliveryLimits {
+  std::chrono::milliseconds command_time{0};  ///< 0 is no limit
+  std::function<bool()> give_up;              ///< asked several times a second, where there is one
 };
 
-/// What QueueingVornHistoryWriter::flush does, but tells each row's outcome in place of a log line.
-int deliver_due_events(const Config& config, SqliteStore& store, const Delivery& delivery);
+/// Raised when give_up said so; no std::exception, as the event has not failed.
+struct DeliveryGivenUp {};
+
+/// Returns when the event is delivered. Raises what export_spool_file raises, and
+/// std::runtime_error with "append_command failed: " and what it printed, "append_command ended
+/// after its time limit of
+/// ", "cannot run command", "vorn transport is queue-only", and "cannot write " and the path of the
+/// event file. The event file of the command is gone on every way out.
+void deliver_event(const Config& config, const VornSyncItem& item, const DeliveryLimits& limits);
 
 }  // namespace zunol_monitoring

@@ -6,7 +6,6 @@
 
 #include "events/event_draft.h"
 #include "history/delivery.h"
-#include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/base/log.h"
 
 namespace zunol_monitoring {
@@ -33,13 +32,24 @@ EnqueueResult QueueingVornHistoryWriter::try_enqueue(const std::string& type,
 int QueueingVornHistoryWriter::flush() { return flush(FlushLimits{}); }
 
 int QueueingVornHistoryWriter::flush(const FlushLimits& limits) {
-  const auto log_failure = [](const VornSyncItem& row, const std::optional<std::string>& failure) {
-    if (!failure) return;
-    log_message(LogLevel::Warn,
-                "vorn event flush failed event_id=" + row.event_id + " error=" + *failure);
-  };
-  return deliver_due_events(*config, *store,
-                            {.due_at = utc_timestamp_iso(), .limits = limits, .tell = log_failure});
+  if (!config->vorn.enabled) return 0;
+  const int batch = config->vorn.max_batch < 1 ? default_batch : config->vorn.max_batch;
+  int sent = 0;
+  for (const VornSyncItem& item : store->list_sync_events(batch, false)) {
+    if (config->vorn.queue_only || limits.stop.stop_requested()) break;
+    try {
+      deliver_event(*config, item, {.command_time = limits.command_time});
+      store->mark_sync_event_sent(item.event_id);
+    } catch (const std::exception& error) {
+      const std::string reason = error.what();
+      store->record_sync_failure(item.event_id, reason);
+      log_message(LogLevel::Warn,
+                  "vorn event flush failed event_id=" + item.event_id + " error=" + reason);
+      continue;
+    }
+    ++sent;
+  }
+  return sent;
 }
 
 void QueueingVornHistoryWriter::require_same_json_library(const nlohmann::json* /*no_value*/) {}

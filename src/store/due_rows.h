@@ -1,6 +1,12 @@
-// Which rows of the outbox a delivery takes, beyond what the operations of a daemon offer.
+// The rows of the outbox by their row ids: what a drain asks beyond the operations of a daemon. A
+// row id also finds a row whose event id is no text, which another hand has put there.
+//
+// Due rows without a time of a next attempt stand in the index of pending rows one behind the
+// other, in the order of their queueing.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,11 +14,30 @@
 
 namespace zunol_monitoring {
 
-/// The pending rows that are due at the time `at`, oldest first, at most `limit`.
-std::vector<VornSyncItem> list_due_sync_events(SqliteStore& store, int limit,
-                                               const std::string& at);
+/// Clears the time of the next attempt of at most `limit` pending rows for which it has come, or of
+/// any with `all`. Returns how many it were.
+int make_rows_due(SqliteStore& store, int limit, bool all);
+/// How many pending rows have no such time.
+std::int64_t count_gathered_rows(SqliteStore& store);
 
-/// Ends the waiting of every pending row for its next attempt.
-void make_sync_events_due(SqliteStore& store);
+/// A walk over these rows, as far as it has come. Rows that are queued later are not part of it.
+struct DueRowCursor {
+  std::string created_at;
+  std::int64_t id = 0;
+  std::int64_t last_id = 0;
+};
+DueRowCursor begin_due_rows(SqliteStore& store);
+/// The next rows, at most `limit`, and the cursor behind them.
+std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& place, int limit);
+
+struct DueRow {
+  std::int64_t id = 0;
+  VornSyncItem item;
+};
+/// The row, where it is still pending.
+std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id);
+/// As mark_sync_event_sent and record_sync_failure.
+void mark_row_sent(SqliteStore& store, std::int64_t id);
+void record_row_failure(SqliteStore& store, std::int64_t id, const std::string& error);
 
 }  // namespace zunol_monitoring

@@ -52,13 +52,6 @@ std::int64_t count_pending_sync_rows(sqlite3* db) {
   return count(rows);
 }
 
-std::int64_t count_due_sync_rows(sqlite3* db, const std::string& at) {
-  Statement rows(
-      db, "SELECT count(*) FROM vorn_sync_queue WHERE status='pending' AND next_attempt_at<=?");
-  rows.bind(at);
-  return count(rows);
-}
-
 std::int64_t count_open_incidents(sqlite3* db) {
   Statement rows(db,
                  "SELECT count(*) FROM incidents WHERE status NOT IN ('resolved','auto_resolved')");
@@ -72,7 +65,8 @@ SyncQueueStats sync_queue_stats(sqlite3* db) {
                  "SELECT count(*), min(created_at), sum(next_attempt_at<=?1), "
                  "min(iif(next_attempt_at<=?1, created_at, NULL)), sum(created_at>?2), "
                  "sum(created_at>?3), sum(created_at>?4), sum(created_at>?5), sum(created_at>?6), "
-                 "sum(created_at>?7) FROM vorn_sync_queue WHERE status='pending'");
+                 "sum(created_at>?7), min(iif(next_attempt_at>?1, next_attempt_at, NULL)) FROM "
+                 "vorn_sync_queue WHERE status='pending'");
   const auto ago = [now](std::size_t index) {
     return utc_timestamp_iso(now - std::chrono::seconds(sync_age_bounds_sec[index]));
   };
@@ -90,6 +84,7 @@ SyncQueueStats sync_queue_stats(sqlite3* db) {
       younger = below;
     }
     stats.by_age.back() = stats.pending - younger;
+    stats.next_attempt_at = ages.text(4 + static_cast<int>(sync_age_bounds_sec.size()));
   }
   // The attempts do not: reading the table through is cheaper than finding each row by the index.
   Statement failed(db,

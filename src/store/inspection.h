@@ -62,6 +62,7 @@ struct SyncQueueStats {
   std::int64_t due = 0;
   std::string oldest_pending_at;  ///< empty where nothing waits
   std::string oldest_due_at;      ///< empty where nothing is due
+  std::string next_attempt_at;    ///< the first one of what is not due; empty where all is
   /// Pending rows by age: below each of sync_age_bounds_sec, and the rest.
   std::array<std::int64_t, sync_age_bounds_sec.size() + 1> by_age = {};
   std::int64_t failed_often = 0;  ///< rows with many_sync_failures or more
@@ -69,7 +70,6 @@ struct SyncQueueStats {
 
 SyncQueueStats sync_queue_stats(sqlite3* db);
 std::int64_t count_pending_sync_rows(sqlite3* db);
-std::int64_t count_due_sync_rows(sqlite3* db, const std::string& at);
 std::int64_t count_open_incidents(sqlite3* db);
 
 struct TableRows {

@@ -85,12 +85,12 @@ MaintenanceGain SqliteStore::maintenance_gain(int keep_resolved, std::uint64_t m
   }
   if (max_bytes == 0 || local_size_bytes() <= max_bytes) return gain;
 
-  gain.rows += beyond("check_results", "", rows_kept_by_stage_2) +
-               beyond("agent_journal", "", rows_kept_by_stage_2) +
-               beyond("incident_events",
-                      " WHERE incident_id NOT IN (SELECT id FROM incidents)", 0) +
-               beyond("notification_queue", " WHERE status!='pending'", 0) +
-               beyond("vorn_sync_queue", " WHERE status='sent'", 0);
+  gain.rows +=
+      beyond("check_results", "", rows_kept_by_stage_2) +
+      beyond("agent_journal", "", rows_kept_by_stage_2) +
+      beyond("incident_events", " WHERE incident_id NOT IN (SELECT id FROM incidents)", 0) +
+      beyond("notification_queue", " WHERE status!='pending'", 0) +
+      beyond("vorn_sync_queue", " WHERE status='sent'", 0);
   gain.free_bytes = static_cast<std::uint64_t>(figure("PRAGMA freelist_count")) *
                     static_cast<std::uint64_t>(figure("PRAGMA page_size"));
   return gain;

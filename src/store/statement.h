@@ -14,8 +14,8 @@ struct sqlite3_stmt;
 
 namespace zunol_monitoring {
 
-/// Failures raise StoreError with the text of sqlite3_errmsg, or with "the store is closed" where the
-/// database is null. The statement is finalised on every way out.
+/// Failures raise StoreError with the text of sqlite3_errmsg, or with "the store is closed" where
+/// the database is null. The statement is finalised on every way out.
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql);
@@ -54,8 +54,8 @@ class Statement {
 
   /// The integers of the first column of all rows. A failure raises.
   std::vector<std::int64_t> row_ids();
-  /// What `read` makes of the first row for each value of the one parameter, if one comes. A failure
-  /// raises.
+  /// What `read` makes of the first row for each value of the one parameter, if one comes. A
+  /// failure raises.
   template <class Read>
   auto each(std::span<const std::int64_t> values, Read read) {
     std::vector<std::invoke_result_t<Read, const Statement&>> records;

@@ -2,9 +2,9 @@
 //
 // Beside a -wal or -journal file the look is a connection like any other, which only reads. Without
 // one the database is at rest, and opened the usual way SQLite would make the files of write-ahead
-// mode, which would be the looking user's. So it is opened as one that does not change, and what was
-// read counts only when neither the database nor a file beside it has changed meanwhile; otherwise
-// it is read again. What looks damaged is damaged, then, and not just being written.
+// mode, which would be the looking user's. So it is opened as one that does not change, and what
+// was read counts only when neither the database nor a file beside it has changed meanwhile;
+// otherwise it is read again. What looks damaged is damaged, then, and not just being written.
 #pragma once
 
 #include <sys/stat.h>
@@ -25,8 +25,8 @@ class StoreView {
 
   /// What `read` makes of the connection; it may be called several times. It should be short and
   /// leave no statement open: a writer could else not shorten its -wal file meanwhile. Raises what
-  /// `read` raises, and StoreError with "the store keeps changing" when 10 seconds of repeats do not
-  /// help.
+  /// `read` raises, and StoreError with "the store keeps changing" when 10 seconds of repeats do
+  /// not help.
   template <class Read>
   auto look(Read read) {
     for (const auto deadline = Clock::now() + std::chrono::milliseconds(busy_timeout_ms);;

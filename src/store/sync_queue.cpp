@@ -1,5 +1,7 @@
 #include "zunol_monitoring/store/sync_queue.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <chrono>
 
@@ -25,6 +27,35 @@ VornSyncItem read_item(const Statement& row) {
           .created_at = row.text(5)};
 }
 
+/// A row is named by a column and its value.
+template <class Value>
+void mark_sent(sqlite3* db, const std::string& column, const Value& value) {
+  Statement(db,
+            "UPDATE vorn_sync_queue SET status='sent', sent_at=?, next_attempt_at='', "
+            "last_error='' WHERE " +
+                column + "=?")
+      .bind(utc_timestamp_iso(), value)
+      .run();
+}
+
+template <class Value>
+void record_failure(sqlite3* db, const std::string& column, const Value& value,
+                    const std::string& error) {
+  const int failures =
+      Statement(db, "SELECT attempt_count FROM vorn_sync_queue WHERE " + column + "=?")
+          .bind(value)
+          .first([](const Statement& row) { return row.integer(0); })
+          .value_or(0);
+  const auto next_attempt =
+      std::chrono::system_clock::now() + std::chrono::seconds(retry_delay_seconds(failures));
+  Statement(db,
+            "UPDATE vorn_sync_queue SET attempt_count=attempt_count+1, next_attempt_at=?, "
+            "last_error=? WHERE " +
+                column + "=?")
+      .bind(utc_timestamp_iso(next_attempt), error, value)
+      .run();
+}
+
 }  // namespace
 
 int retry_delay_seconds(int failures) { return std::min(3600, 30 << std::clamp(failures, 0, 7)); }
@@ -38,48 +69,76 @@ void SqliteStore::enqueue_sync_event(const std::string& event_id, const std::str
 }
 
 std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_not_due) {
-  if (!include_not_due) return list_due_sync_events(*this, limit, utc_timestamp_iso());
-  return Statement(db, select_pending + "ORDER BY created_at ASC LIMIT ?")
-      .bind(limit)
-      .all(read_item);
-}
-
-std::vector<VornSyncItem> list_due_sync_events(SqliteStore& store, int limit,
-                                               const std::string& at) {
-  return Statement(StoreConnection::of(store),
-                   select_pending +
-                       "AND (next_attempt_at='' OR next_attempt_at<=?) "
-                       "ORDER BY created_at ASC LIMIT ?")
-      .bind(at, limit)
+  if (include_not_due) {
+    return Statement(db, select_pending + "ORDER BY created_at ASC LIMIT ?")
+        .bind(limit)
+        .all(read_item);
+  }
+  return Statement(db, select_pending +
+                           "AND (next_attempt_at='' OR next_attempt_at<=?) "
+                           "ORDER BY created_at ASC LIMIT ?")
+      .bind(utc_timestamp_iso(), limit)
       .all(read_item);
 }
 
 void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
-  Statement(db,
-            "UPDATE vorn_sync_queue SET status='sent', sent_at=?, next_attempt_at='', "
-            "last_error='' WHERE event_id=?")
-      .bind(utc_timestamp_iso(), event_id)
-      .run();
+  mark_sent(db, "event_id", event_id);
 }
 
 void SqliteStore::record_sync_failure(const std::string& event_id, const std::string& error) {
-  const int failures = Statement(db, "SELECT attempt_count FROM vorn_sync_queue WHERE event_id=?")
-                           .bind(event_id)
-                           .first([](const Statement& row) { return row.integer(0); })
-                           .value_or(0);
-  const auto next_attempt =
-      std::chrono::system_clock::now() + std::chrono::seconds(retry_delay_seconds(failures));
-  Statement(db,
-            "UPDATE vorn_sync_queue SET attempt_count=attempt_count+1, next_attempt_at=?, "
-            "last_error=? WHERE event_id=?")
-      .bind(utc_timestamp_iso(next_attempt), error, event_id)
-      .run();
+  record_failure(db, "event_id", event_id, error);
 }
 
-void make_sync_events_due(SqliteStore& store) {
-  Statement(StoreConnection::of(store),
-            "UPDATE vorn_sync_queue SET next_attempt_at='' WHERE status='pending'")
+int make_rows_due(SqliteStore& store, int limit, bool all) {
+  sqlite3* db = StoreConnection::of(store);
+  Statement(db,
+            "UPDATE vorn_sync_queue SET next_attempt_at='' WHERE rowid IN (SELECT rowid FROM "
+            "vorn_sync_queue WHERE status='pending' AND next_attempt_at>'' AND next_attempt_at<=? "
+            "LIMIT ?)")
+      .bind(all ? std::string("~") : utc_timestamp_iso(), limit)  // "~" is behind every time
       .run();
+  return sqlite3_changes(db);
+}
+
+std::int64_t count_gathered_rows(SqliteStore& store) {
+  Statement count(StoreConnection::of(store),
+                  "SELECT count(*) FROM vorn_sync_queue WHERE status='pending' AND "
+                  "next_attempt_at=''");
+  return count.next_or_raise() ? count.integer64(0) : 0;
+}
+
+DueRowCursor begin_due_rows(SqliteStore& store) {
+  Statement last(StoreConnection::of(store), "SELECT max(rowid) FROM vorn_sync_queue");
+  return {.last_id = last.next_or_raise() ? last.integer64(0) : 0};
+}
+
+std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& place, int limit) {
+  Statement rows(StoreConnection::of(store),
+                 "SELECT rowid, created_at FROM vorn_sync_queue WHERE status='pending' AND "
+                 "next_attempt_at='' AND (created_at, rowid)>(?, ?) AND rowid<=? "
+                 "ORDER BY created_at, rowid LIMIT ?");
+  rows.bind(place.created_at, place.id, place.last_id, limit);
+  std::vector<std::int64_t> ids;
+  while (rows.next_or_raise()) {
+    place.id = rows.integer64(0);
+    place.created_at = rows.text(1);
+    ids.push_back(place.id);
+  }
+  return ids;
+}
+
+std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id) {
+  Statement row(StoreConnection::of(store), select_pending + "AND rowid=?");
+  if (!row.bind(id).next_or_raise()) return std::nullopt;
+  return DueRow{.id = id, .item = read_item(row)};
+}
+
+void mark_row_sent(SqliteStore& store, std::int64_t id) {
+  mark_sent(StoreConnection::of(store), "rowid", id);
+}
+
+void record_row_failure(SqliteStore& store, std::int64_t id, const std::string& error) {
+  record_failure(StoreConnection::of(store), "rowid", id, error);
 }
 
 }  // namespace zunol_monitoring

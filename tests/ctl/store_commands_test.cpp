@@ -85,11 +85,15 @@ TEST_F(CtlStore, FlushTellsEachFailureAndTakesEachRowOnce) {
   enqueue({"a", "b", "c"});
   const ProcessResult result = scene_.run({"queue", "flush"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.out, "failed b: append_command failed: no route \n2 delivered, 1 failed\n");
-  EXPECT_EQ(out("queue flush"), "0 delivered, 0 failed\n");  // b waits for its next attempt
+  EXPECT_EQ(result.out,
+            "failed b: append_command failed: no route \n2 delivered, 1 failed, 1 left, the next "
+            "attempt in 30s\n");
+  EXPECT_TRUE(
+      out("queue flush").starts_with("0 delivered, 0 failed, 1 left, the next attempt in "));
   deliver_by("true");
   EXPECT_EQ(out("queue flush --all --json"),
-            "{\"delivered\":1,\"failed\":0,\"interrupted\":false}\n");
+            "{\"delivered\":1,\"failed\":0,\"interrupted\":false,\"next_attempt_at\":\"\","
+            "\"pending\":0,\"stopped_early\":false}\n");
 
   scene_.configure("vorn: {queue_only: true}\n");
   expect_one_error(scene_.run({"queue", "flush"}), 1, "vorn.queue_only=true");
@@ -98,16 +102,51 @@ TEST_F(CtlStore, FlushTellsEachFailureAndTakesEachRowOnce) {
 }
 
 TEST_F(CtlStore, AFlushThatIsToldToEndLeavesTheRestInTheQueue) {
-  deliver_by("sleep 2");
-  enqueue({"a", "b"});
-  const ProcessResult result = scene_.run_line(
-      "export TMPDIR=\"$dir\"; \"$ctl\" queue flush & sleep 1; kill -TERM $!; wait $!");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.out, "1 delivered, 0 failed\n");
-  EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << result.err;
-  EXPECT_EQ(json_out("queue stats")["pending"], 1);
-  for (const auto& entry : fs::directory_iterator(scene_.dir.path())) {
-    EXPECT_FALSE(entry.path().filename().string().starts_with("vorn-event")) << entry;
+  const struct {
+    const char* name;
+    const char* command;
+    const char* line;  ///< ends with the flush's own status
+    int status;
+    const char* out;
+    const char* err;
+    int pending;
+  } rows[] = {
+      {"asked once", "sleep 1", "kill -TERM $!; wait $!", 1,
+       "1 delivered, 0 failed, 1 left, 1 of them due\n", "interrupted", 1},
+      {"asked twice", "sleep 60", "kill -TERM $!; sleep 0.2; kill -TERM $!; wait $!", 1,
+       "0 delivered, 0 failed, 2 left, 2 of them due\n", "interrupted", 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    deliver_by(row.command);
+    enqueue({"a", "b"});
+    sql(db_, "UPDATE vorn_sync_queue SET status='pending'");
+    const ProcessResult result = scene_.run_line(
+        std::string("export TMPDIR=\"$dir\"; \"$ctl\" queue flush & sleep 0.5; ") + row.line);
+    EXPECT_EQ(result.status, row.status);
+    EXPECT_EQ(result.out, row.out);
+    EXPECT_EQ(std::ranges::count(result.err, '\n'), 1) << result.err;
+    EXPECT_NE(result.err.find(row.err), std::string::npos) << result.err;
+    EXPECT_EQ(json_out("queue stats")["pending"], row.pending);
+    for (const auto& entry : fs::directory_iterator(scene_.dir.path())) {
+      EXPECT_FALSE(entry.path().filename().string().starts_with("vorn-event")) << entry;
+    }
+  }
+}
+
+TEST_F(CtlStore, AFlushHangsOnNoBackendAndEndsAfterFailuresInARow) {
+  deliver_by("sleep 60");
+  enqueue({"a", "b", "c"});
+  const ProcessResult hung = scene_.run({"queue", "flush", "--timeout", "1s", "--stop-after", "2"});
+  EXPECT_EQ(hung.status, 1);
+  EXPECT_TRUE(
+      hung.out.starts_with("failed a: append_command ended after its time limit of 1 s\n"
+                           "failed b: append_command ended after its time limit of 1 s\n"
+                           "0 delivered, 2 failed, 3 left, 1 of them due, the next attempt in "))
+      << hung.out;
+  EXPECT_EQ(hung.err, "zunol-monitoring-ctl: ended after 2 failures in a row\n");
+  for (const char* wrong : {"5 minutes", "-1", "99999999999h"}) {
+    expect_one_error(scene_.run({"queue", "flush", "--timeout", wrong}), 2, "is no duration");
   }
 }
 

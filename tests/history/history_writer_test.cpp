@@ -4,7 +4,8 @@
 #include <thread>
 
 #include "base/json_depth.h"
-#include "history/delivery.h"
+#include "history/drain.h"
+#include "history/event_file.h"
 #include "tests/store/sql.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/base/command_runner.h"
@@ -260,26 +261,51 @@ TEST_F(HistoryWriter, AFailedRowDoesNotStopTheBatch) {
   EXPECT_EQ(writer_.flush(), 1);
 }
 
-TEST_F(HistoryWriter, AFlushForATimeTakesNoRowTwice) {
-  deliver_by("false");
-  for (const char* id : {"a", "b", "c"}) enqueue(id);
-  config_.vorn.max_batch = 2;
-  const std::string start = utc_timestamp_iso();
+TEST_F(HistoryWriter, ADrainTakesEachRowThatIsDueOnce) {
+  deliver_by("sh -c 'case $ZUNOL_VORN_EVENT_ID in b*) exit 1; esac'");
+  for (const char* id : {"a", "b", "c", "waits", "blob"}) enqueue(id);
+  query(
+      "UPDATE vorn_sync_queue SET event_id=CAST('blob' AS BLOB) WHERE event_id='blob';"
+      "UPDATE vorn_sync_queue SET next_attempt_at='2020-01-01T00:00:00Z' WHERE event_id='c';"
+      "UPDATE vorn_sync_queue SET next_attempt_at='2999-01-01T00:00:00Z' WHERE event_id='waits';"
+      "UPDATE vorn_sync_queue SET created_at='2019-01-01T00:00:00Z' WHERE event_id='c'");
   std::string told;
-  const auto tell = [&](const VornSyncItem& row, const std::optional<std::string>& failure) {
-    EXPECT_EQ(failure.has_value(), row.event_id != "c");
-    told += row.event_id;
-    // A minute passes: what failed is due again by now, but not at the start.
-    query("UPDATE vorn_sync_queue SET next_attempt_at='" +
-          utc_timestamp_iso(std::chrono::system_clock::now() + std::chrono::seconds(2)) +
-          "' WHERE next_attempt_at<>''");
-    if (told.size() == 2) deliver_by("true");
-  };
-  const Delivery delivery{.due_at = start, .tell = tell};
-  for (const int delivered : {0, 1, 0}) {
-    EXPECT_EQ(deliver_due_events(config_, store_, delivery), delivered);
+  const Drain drain{.tell = [&](const VornSyncItem& row, const auto& failure) {
+    told += row.event_id + (failure ? "! " : " ");
+    enqueue("late " + row.event_id);
+    make_due();  // what failed is due again by now, but not in this drain
+    return true;
+  }};
+  EXPECT_EQ(gather_due_rows(store_, false), 4);
+  drain_due_rows(config_, store_, drain);
+  EXPECT_EQ(told, "c a b! blob! ");
+  EXPECT_EQ(query("SELECT event_id, status, attempt_count FROM vorn_sync_queue ORDER BY rowid "
+                  "LIMIT 5"),
+            "a|sent|0\nb|pending|1\nc|sent|0\nwaits|pending|0\nblob|pending|1\n");
+
+  told.clear();
+  deliver_by("true");  // also a row whose id is no text leaves the queue
+  EXPECT_EQ(gather_due_rows(store_, true), 7);
+  drain_due_rows(config_, store_, drain);
+  EXPECT_EQ(told, "b waits blob late c late a late b late blob ");
+}
+
+TEST_F(HistoryWriter, EventFilesOfKilledFlushesAreRemovedOnceNoProcessNeedsThem) {
+  const fs::path tmp = dir_ / "tmp";
+  for (const char* name : {"vorn-event_old.json", "vorn-event_used.json", "vorn-event_new.json",
+                           "vorn-event_else", "other_old.json"}) {
+    write_text_file(tmp / name, "{}");
   }
-  EXPECT_EQ(told, "abc");
+  fs::create_symlink(tmp / "other_old.json", tmp / "vorn-event_link.json");
+  run_shell_line("touch -h -d '2 hours ago' " + tmp.string() + "/*; touch " +
+                 (tmp / "vorn-event_new.json").string());
+  const std::jthread user([&] {
+    run_process({"/bin/sleep", "1"}, {{"ZUNOL_VORN_EVENT_FILE", tmp / "vorn-event_used.json"}});
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  remove_left_event_files();
+  EXPECT_FALSE(fs::exists(tmp / "vorn-event_old.json"));
+  EXPECT_EQ(files_in(tmp), 5U);
 }
 
 TEST_F(HistoryWriter, EachFailureIsTheRowsReason) {

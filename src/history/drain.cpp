@@ -1,0 +1,43 @@
+#include "history/drain.h"
+
+#include "store/due_rows.h"
+
+namespace zunol_monitoring {
+namespace {
+
+constexpr int rows_of_a_step = 1000;
+
+/// Why the row was not delivered, if it was not.
+std::optional<std::string> try_row(const Config& config, SqliteStore& store, const DueRow& row,
+                                   const DeliveryLimits& limits) {
+  try {
+    deliver_event(config, row.item, limits);
+    mark_row_sent(store, row.id);
+    return std::nullopt;
+  } catch (const std::exception& error) {
+    record_row_failure(store, row.id, error.what());
+    return error.what();
+  }
+}
+
+}  // namespace
+
+std::int64_t gather_due_rows(SqliteStore& store, bool all) {
+  while (make_rows_due(store, rows_of_a_step, all) == rows_of_a_step) {
+  }
+  return count_gathered_rows(store);
+}
+
+void drain_due_rows(const Config& config, SqliteStore& store, const Drain& drain) {
+  DueRowCursor place = begin_due_rows(store);
+  while (true) {
+    const auto ids = next_due_row_ids(store, place, rows_of_a_step);
+    if (ids.empty()) return;
+    for (const std::int64_t id : ids) {
+      const auto row = find_due_row(store, id);
+      if (row && !drain.tell(row->item, try_row(config, store, *row, drain.limits))) return;
+    }
+  }
+}
+
+}  // namespace zunol_monitoring
