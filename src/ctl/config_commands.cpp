@@ -1,5 +1,4 @@
 // zunol-monitoring-ctl config: the configuration checked, shown and described.
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
@@ -255,25 +254,24 @@ void add_config_commands(CLI::App& app, Tool& tool) {
       "Load the configuration and tell every broken rule, and warn about what surely is a "
       "mistake. Ends with 1 if it is not valid",
       [&tool, check_arguments] { return check(tool, *check_arguments); });
-  check_command
-      .add_option("PATH", check_arguments->paths, "The files; by default that of --config")
-      ->type_name("");
-  check_command.add_flag("--strict", check_arguments->strict, "Warnings fail, too");
+  add_option(check_command, "PATH", check_arguments->paths,
+             "The files; by default that of --config");
+  add_flag(check_command, "--strict", check_arguments->strict, "Warnings fail, too");
 
   const auto show_arguments = std::make_shared<ShowArguments>();
   CLI::App& show_command = add_command(
       tool, group, "show", "Print the configuration in effect: defaults, file and environment",
       [&tool, show_arguments] { return show(tool, *show_arguments); });
-  show_command.add_flag("--show-secrets", show_arguments->show_secrets,
-                        "Print credentials instead of ********");
-  show_command.add_flag("--origin", show_arguments->origin, "Tell where each value comes from");
+  add_flag(show_command, "--show-secrets", show_arguments->show_secrets,
+           "Print credentials instead of ********");
+  add_flag(show_command, "--origin", show_arguments->origin, "Tell where each value comes from");
 
   const auto default_arguments = std::make_shared<DefaultArguments>();
   CLI::App& default_command = add_command(
       tool, group, "default", "Print the default configuration, or write it to a new file",
       [&tool, default_arguments] { return print_or_write_default(tool, *default_arguments); });
-  default_command.add_option("PATH", default_arguments->path, "The file to write")->type_name("");
-  default_command.add_flag("--force", default_arguments->force, "Replace a file that exists");
+  add_option(default_command, "PATH", default_arguments->path, "The file to write");
+  add_flag(default_command, "--force", default_arguments->force, "Replace a file that exists");
 
   add_command(tool, group, "schema",
               "Print a JSON Schema (draft 2020-12) of the configuration file, for editors",

@@ -1,5 +1,4 @@
 // zunol-monitoring-ctl event: events queued by hand, judged, and their types.
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
@@ -8,9 +7,9 @@
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/tool.h"
+#include "events/event_draft.h"
 #include "events/parse_envelope.h"
 #include "zunol_monitoring/config/load.h"
-#include "events/event_draft.h"
 #include "zunol_monitoring/events/event_envelope.h"
 #include "zunol_monitoring/history/queueing_history_writer.h"
 
@@ -106,25 +105,20 @@ void add_event_commands(CLI::App& app, Tool& tool) {
   CLI::App& send_command = add_command(
       tool, group, "send", "Queue one event and print its id; an id that is queued already stays",
       [&tool, arguments] { return send(tool, *arguments); });
-  send_command.add_option("TYPE", arguments->type, "One of the types of `event types`")
-      ->type_name("")
-      ->required();
-  send_command.add_option("--level", arguments->level, "info (the default), warning or critical");
-  send_command.add_option("--id", arguments->id, "The event's id, by default a new one");
-  auto* data = send_command.add_option("--data", arguments->data, "The data of the event")
-                   ->type_name("JSON");
-  send_command
-      .add_option("--data-file", arguments->data_file, "The same from a file, or - for stdin")
-      ->type_name("FILE")
-      ->excludes(data);
+  add_option(send_command, "TYPE", arguments->type, "One of the types of `event types`",
+             {.required = true});
+  add_option(send_command, "--level", arguments->level, "info (the default), warning or critical");
+  add_option(send_command, "--id", arguments->id, "The event's id, by default a new one");
+  add_option(send_command, "--data", arguments->data, "The data of the event", {.word = "JSON"});
+  add_option(send_command, "--data-file", arguments->data_file,
+             "The same from a file, or - for stdin", {.word = "FILE", .excluded = "--data"});
 
   const auto file = std::make_shared<std::string>();
   CLI::App& check_command =
       add_command(tool, group, "check", "Judge an event as queue and append command do",
                   [&tool, file] { return check(tool, *file); });
-  check_command.add_option("FILE", *file, "The file with the event, or - for stdin")
-      ->type_name("")
-      ->required();
+  add_option(check_command, "FILE", *file, "The file with the event, or - for stdin",
+             {.required = true});
 
   add_command(tool, group, "types", "List the types that an event may have",
               [&tool] { return list_types(tool); });

@@ -6,8 +6,8 @@
 
 namespace zunol_monitoring::ctl {
 
-/// A look at the store. Raises std::runtime_error with "no store at " and the path where there is no
-/// regular file, and the path, ": " and SQLite's text, or "it has no store in it", where that is
+/// A look at the store. Raises std::runtime_error with "no store at " and the path where there is
+/// no regular file, and the path, ": " and SQLite's text, or "it has no store in it", where that is
 /// none.
 StoreView look_at_store(const Config& config);
 

@@ -1,10 +1,8 @@
 // zunol-monitoring-ctl queue: the events that wait for their delivery.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
-#include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -279,19 +277,12 @@ void add_queue_commands(CLI::App& app, Tool& tool) {
   CLI::App& flush_command =
       add_command(tool, group, "flush", "Deliver the due events now; 1 when any of them fails",
                   [&tool, arguments] { return flush(tool, *arguments); });
-  flush_command.add_flag("--all", arguments->all, "Also those that wait for their next attempt");
-  flush_command
-      .add_option("--timeout", arguments->timeout,
-                  "How long a command may take for one event, or 0 for no limit")
-      ->check(is_time_limit)
-      ->type_name("DURATION")
-      ->capture_default_str();
-  flush_command
-      .add_option("--stop-after", arguments->stop_after,
-                  "End after so many failures in a row, or 0 for never")
-      ->check(CLI::Range(0, std::numeric_limits<int>::max()))
-      ->type_name("N")
-      ->capture_default_str();
+  add_flag(flush_command, "--all", arguments->all, "Also those that wait for their next attempt");
+  add_option(flush_command, "--timeout", arguments->timeout,
+             "How long a command may take for one event, or 0 for no limit",
+             {.word = "DURATION", .check = is_time_limit});
+  add_number(flush_command, "--stop-after", arguments->stop_after, 0,
+             "End after so many failures in a row, or 0 for never");
 }
 
 }  // namespace zunol_monitoring::ctl

@@ -1,5 +1,4 @@
 // zunol-monitoring-ctl incidents, journal and results: what the agent has recorded, newest first.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -74,7 +73,8 @@ int print_records(const Tool& tool, const Filters& filters, StoreView& view, con
   int left = filters.limit;
   visit_rows(view, ids, read, [&](const auto& record) {
     if (!wanted(record)) return true;
-    listing.add(record, [](const auto& r) { return to_json(r); }, cells_of);
+    listing.add(
+        record, [](const auto& r) { return to_json(r); }, cells_of);
     return --left > 0;
   });
   listing.finish();
@@ -142,16 +142,14 @@ void add_record_commands(CLI::App& app, Tool& tool) {
     return command;
   };
   CLI::App& incidents = add("incidents", "List incidents, those seen last first", list_incidents);
-  incidents.add_flag("--open", filters->open, "Only those that are not resolved");
-  incidents.add_option("--level", filters->level, "Only those of this level")
-      ->check(CLI::IsMember({"info", "warning", "critical"}))
-      ->type_name("LEVEL");
-  add("journal", "List what the agent did, newest first; at most 1000 entries", list_journal)
-      .add_option("--category", filters->category, "Only entries of this category")
-      ->type_name("NAME");
-  add("results", "List results of checks, newest first", list_results)
-      .add_option("--type", filters->check_type, "Only results of checks of this type")
-      ->type_name("TYPE");
+  add_flag(incidents, "--open", filters->open, "Only those that are not resolved");
+  add_option(incidents, "--level", filters->level, "Only those of this level",
+             {.word = "LEVEL", .allowed = {"info", "warning", "critical"}});
+  add_option(
+      add("journal", "List what the agent did, newest first; at most 1000 entries", list_journal),
+      "--category", filters->category, "Only entries of this category", {.word = "NAME"});
+  add_option(add("results", "List results of checks, newest first", list_results), "--type",
+             filters->check_type, "Only results of checks of this type", {.word = "TYPE"});
 }
 
 }  // namespace zunol_monitoring::ctl

@@ -1,5 +1,4 @@
 // zunol-monitoring-ctl store: how full the store is, and its maintenance.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 

@@ -6,10 +6,15 @@
 // error and status 1.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
+
+// Its header takes long to compile: only tool.cpp and main.cpp include it.
+namespace CLI {
+class App;
+}
 
 namespace zunol_monitoring::ctl {
 
@@ -30,6 +35,29 @@ CLI::App& add_group(CLI::App& app, const std::string& name, const std::string& d
 /// Adds a command, which `run` executes once the whole command line is read.
 CLI::App& add_command(Tool& tool, CLI::App& group, const std::string& name,
                       const std::string& description, std::function<int()> run);
+
+/// Adds an option without a value.
+void add_flag(CLI::App& command, const std::string& name, bool& given,
+              const std::string& description);
+
+struct OptionForm {
+  std::string word = "TEXT";         ///< what stands for the value in the help
+  bool required = false;             ///< must be given
+  std::vector<std::string> allowed;  ///< the values it may have, any where there are none
+  std::string excluded;              ///< an option that may not be given with it
+  /// What is wrong with a value, or "", for an option whose default the help tells.
+  std::function<std::string(const std::string&)> check;
+};
+
+/// Adds an option, or an argument where the name has no dash. Value is a text, an optional text, or
+/// a list of texts for any number of them.
+template <class Value>
+void add_option(CLI::App& command, const std::string& name, Value& value,
+                const std::string& description, const OptionForm& form = {});
+
+/// Adds an option with a whole number from `least` on; `value` holds its default.
+void add_number(CLI::App& command, const std::string& name, int& value, int least,
+                const std::string& description, const std::string& word = "N");
 
 /// Adds --limit, a number of rows from 1 on; `limit` holds its default.
 void add_limit(CLI::App& command, int& limit);
