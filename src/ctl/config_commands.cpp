@@ -5,16 +5,17 @@
 
 #include "base/private_file.h"
 #include "config/judge.h"
+#include "config/parse_config.h"
 #include "ctl/config_file.h"
 #include "ctl/config_reference.h"
 #include "ctl/config_schema.h"
 #include "ctl/output.h"
+#include "ctl/read_config.h"
 #include "ctl/table.h"
 #include "ctl/tool.h"
 #include "describe/key_index.h"
 #include "describe/mask_credentials.h"
 #include "describe/overlay_variables.h"
-#include "zunol_monitoring/config/load.h"
 #include "zunol_monitoring/config/render.h"
 #include "zunol_monitoring/config/validate.h"
 
@@ -77,9 +78,10 @@ Finding place_error(const BrokenRule& rule, const KeyIndex& index, const ConfigF
 Verdict judge(const fs::path& path) {
   Verdict verdict;
   try {
-    const Config config = load_config(path);
+    const std::string text = read_config_text(path);
+    const Config config = parse_config(text, path);
     const KeyIndex index(default_config());
-    ConfigFile file = examine_config_file(path, index);
+    ConfigFile file = examine_config(text, index);
     for (const BrokenRule& rule : judge_rules(config)) {
       verdict.errors.push_back(place_error(rule, index, file));
     }
@@ -189,9 +191,9 @@ Origin origin_of(const ConfigKey& key, const fs::path& path, const ConfigFile& f
   return origin;
 }
 
-void show_origins(const Tool& tool, const Config& config) {
+void show_origins(const Tool& tool, const Config& config, const std::string& text) {
   const KeyIndex index(config);
-  const ConfigFile file = examine_config_file(tool.config, index);
+  const ConfigFile file = examine_config(text, index);
   Table table({"KEY", "ORIGIN", "VALUE"});
   for_each_key(index.keys(), [&](const ConfigKey& key) {
     const bool own_value = key.kind != KeyKind::block && key.kind != KeyKind::unread &&
@@ -210,10 +212,11 @@ void show_origins(const Tool& tool, const Config& config) {
 }
 
 int show(const Tool& tool, const ShowArguments& arguments) {
-  Config config = load_config(tool.config);
+  const std::string text = read_config_text(tool.config);
+  Config config = parse_config(text, tool.config);
   if (!arguments.show_secrets) config = mask_credentials(std::move(config));
   if (arguments.origin) {
-    show_origins(tool, config);
+    show_origins(tool, config, text);
   } else if (tool.json) {
     print_json(json::parse(catalogue_json(key_catalogue(config))));
   } else {

@@ -1,10 +1,12 @@
 #include "ctl/config_file.h"
 
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <numeric>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -62,6 +64,9 @@ bool is_no_duration(const std::string& text) {
   }
 }
 
+/// A file with more is no configuration.
+constexpr std::size_t most_warnings = 200;
+
 struct Entry {
   YAML::Node key;
   YAML::Node value;
@@ -84,11 +89,19 @@ class Examiner {
     }
   }
 
+  std::size_t left_out = 0;  ///< warnings beyond the bound
+
   void warn(const Source& at, const std::string& what) {
-    result.warnings.push_back({at.line, at.column, at.key + ' ' + what});
+    if (is_full()) {
+      ++left_out;
+    } else {
+      result.warnings.push_back({at.line, at.column, at.key + ' ' + what});
+    }
   }
 
  private:
+  bool is_full() const { return result.warnings.size() >= most_warnings; }
+
   static Source source_of(const YAML::Node& node, const std::string& path) {
     return {node.Mark().line + 1, node.Mark().column + 1, path};
   }
@@ -103,7 +116,7 @@ class Examiner {
       const std::string name = entry.first.IsScalar() ? entry.first.Scalar() : "(no text)";
       const Source here = source_of(entry.first, prefix + name);
       if (std::ranges::find(keys, name, &ConfigKey::name) == keys.end()) {
-        const std::string nearest = nearest_key(name, keys);
+        const std::string nearest = is_full() ? "" : nearest_key(name, keys);
         warn(here,
              "is unknown and ignored" + (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
       } else if (!entries.emplace(name, Entry{entry.first, entry.second}).second) {
@@ -185,20 +198,40 @@ class Examiner {
   std::map<std::string, std::string> texts_;  ///< of the values in `sources`
 };
 
-/// The first document of the file, and where a second one begins.
-YAML::Node first_document(const std::filesystem::path& path, Examiner& examiner) {
-  try {
-    const std::vector<YAML::Node> documents = YAML::LoadAllFromFile(path.string());
-    if (documents.empty()) return {};
-    if (documents.size() > 1) {
-      examiner.warn({documents[1].Mark().line + 1, documents[1].Mark().column + 1, "the document"},
-                    "here and all behind it are ignored");
+/// Notes where the second document of a text begins, and keeps nothing.
+class SecondDocument : public YAML::EventHandler {
+ public:
+  /// Line and column are from 0; line -1 where there is none.
+  static YAML::Mark begin(const std::string& text) {
+    SecondDocument handler;
+    std::istringstream in(text);
+    YAML::Parser parser(in);
+    try {
+      parser.HandleNextDocument(handler);
+      handler.mark_ = YAML::Mark::null_mark();
+      parser.HandleNextDocument(handler);
+    } catch (const YAML::Exception&) {
+      // Behind the first document, which has loaded.
     }
-    return documents[0];
-  } catch (const YAML::Exception&) {  // behind the first document, which has loaded
-    return YAML::LoadFile(path.string());
+    return handler.mark_;
   }
-}
+
+  void OnDocumentStart(const YAML::Mark& mark) override { mark_ = mark; }
+  void OnDocumentEnd() override {}
+  void OnNull(const YAML::Mark&, YAML::anchor_t) override {}
+  void OnAlias(const YAML::Mark&, YAML::anchor_t) override {}
+  void OnScalar(const YAML::Mark&, const std::string&, YAML::anchor_t,
+                const std::string&) override {}
+  void OnSequenceStart(const YAML::Mark&, const std::string&, YAML::anchor_t,
+                       YAML::EmitterStyle::value) override {}
+  void OnSequenceEnd() override {}
+  void OnMapStart(const YAML::Mark&, const std::string&, YAML::anchor_t,
+                  YAML::EmitterStyle::value) override {}
+  void OnMapEnd() override {}
+
+ private:
+  YAML::Mark mark_ = YAML::Mark::null_mark();
+};
 
 /// A second field is fed where the file has no other key for it.
 void note_second_fields(ConfigFile& file, const KeyIndex& index) {
@@ -211,14 +244,21 @@ void note_second_fields(ConfigFile& file, const KeyIndex& index) {
 
 }  // namespace
 
-ConfigFile examine_config_file(const std::filesystem::path& path, const KeyIndex& index) {
+ConfigFile examine_config(const std::string& text, const KeyIndex& index) {
   Examiner examiner;
-  const YAML::Node root = first_document(path, examiner);
-  examiner.block(root, index.keys(), {1, 1, ""});
+  if (const YAML::Mark second = SecondDocument::begin(text); !second.is_null()) {
+    examiner.warn({second.line + 1, second.column + 1, "the document"},
+                  "here and all behind it are ignored");
+  }
+  examiner.block(YAML::Load(text), index.keys(), {1, 1, ""});
   note_second_fields(examiner.result, index);
   std::ranges::stable_sort(examiner.result.warnings, {}, [](const Finding& finding) {
     return std::pair(finding.line, finding.column);
   });
+  if (examiner.left_out > 0) {
+    examiner.result.warnings.push_back(
+        {.message = "and " + std::to_string(examiner.left_out) + " more warnings"});
+  }
   return std::move(examiner.result);
 }
 

@@ -2,7 +2,6 @@
 // is a mistake although it loads.
 #pragma once
 
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,11 +30,12 @@ struct ConfigFile {
   std::map<std::string, std::vector<Source>> items;  ///< the items of a list of blocks, likewise
 };
 
-/// What a file that load_config takes says of these keys. Warned of are: keys that
+/// What a text that parse_config takes says of these keys. Warned of are: keys that
 /// are unknown, with the nearest known one of their block; keys that stand twice; keys without
 /// effect, as another key for the field beats them; blocks and lists of another form; texts without
 /// a value, which read as "null"; texts that are blank or no UTF-8; durations that are none; and
-/// documents behind the first. Raises the YAML library's errors.
-ConfigFile examine_config_file(const std::filesystem::path& path, const KeyIndex& index);
+/// documents behind the first; of more than 200 warnings the rest is counted. Raises the YAML
+/// library's errors.
+ConfigFile examine_config(const std::string& text, const KeyIndex& index);
 
 }  // namespace zunol_monitoring::ctl

@@ -6,10 +6,10 @@
 #include "ctl/input.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
+#include "ctl/read_config.h"
 #include "ctl/tool.h"
 #include "events/event_draft.h"
 #include "events/parse_envelope.h"
-#include "zunol_monitoring/config/load.h"
 #include "zunol_monitoring/events/event_envelope.h"
 #include "zunol_monitoring/history/queueing_history_writer.h"
 
@@ -26,9 +26,31 @@ struct SendArguments {
   std::optional<std::string> data_file;
 };
 
+/// An event has some dozens; each takes up to a hundred bytes of memory.
+constexpr std::size_t most_values = 1'000'000;
+
+/// With a longer one no file system takes the name of the event's marker.
+constexpr std::size_t longest_id_bytes = 252;
+
+/// How many values a JSON text has at most, told by its punctuation without building them.
+std::size_t count_values(const std::string& text) {
+  std::size_t count = 1;
+  bool in_string = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') in_string = !in_string;
+    if (in_string && text[i] == '\\') ++i;
+    if (!in_string && (text[i] == ',' || text[i] == '[' || text[i] == '{')) ++count;
+  }
+  return count;
+}
+
 json read_data(const SendArguments& arguments) {
   if (!arguments.data && !arguments.data_file) return json::object();
-  const std::string text = arguments.data ? *arguments.data : read_input(*arguments.data_file);
+  const std::string text =
+      arguments.data ? *arguments.data : read_input(*arguments.data_file, largest_event_bytes);
+  if (count_values(text) > most_values) {
+    throw std::runtime_error("the data has more than " + std::to_string(most_values) + " values");
+  }
   try {
     return json::parse(text);
   } catch (const json::parse_error& error) {
@@ -47,12 +69,15 @@ json read_event_data(const SendArguments& arguments) {
 }
 
 int send(const Tool& tool, const SendArguments& arguments) {
-  const Config config = load_config(tool.config);
+  const Config config = read_config(tool.config);
   if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is queued");
   const json data = read_event_data(arguments);
   // Judged first, as a refused event makes no store.
-  if (const auto reason = EventDraft(config, arguments.type, data).fault()) {
-    throw std::runtime_error("invalid event: " + *reason);
+  const EventDraft draft(config, arguments.type, data);
+  if (const auto reason = draft.fault()) throw std::runtime_error("invalid event: " + *reason);
+  if (draft.event_id().size() > longest_id_bytes) {
+    throw std::runtime_error("the id is longer than " + std::to_string(longest_id_bytes) +
+                             " bytes, and no marker could have its name");
   }
   SqliteStore store = open_or_make(config);
   const std::string id =
@@ -71,7 +96,7 @@ int send(const Tool& tool, const SendArguments& arguments) {
 }
 
 int check(const Tool& tool, const std::string& file) {
-  const auto reason = validate_event(parse_envelope(read_input(file)));
+  const auto reason = validate_event(parse_envelope(read_input(file, largest_event_bytes)));
   if (tool.json) {
     json verdict = {{"path", file}, {"valid", !reason.has_value()}};
     if (reason) verdict["error"] = *reason;

@@ -1,6 +1,7 @@
 #include "ctl/open_store.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <stdexcept>
@@ -26,6 +27,19 @@ void require_own_database(const fs::path& file) {
   const Connection db(open_connection(file.string(), SQLITE_OPEN_READWRITE));
   require_store(file, store_kind(db.get()) != StoreKind::foreign);
 }
+
+/// Directories and files that are made get modes 0750 and 0640 at most, until the guard goes: they
+/// hold events.
+class PrivateUmask {
+ public:
+  PrivateUmask() { umask(before_ | 0027U); }
+  ~PrivateUmask() { umask(before_); }
+  PrivateUmask(const PrivateUmask&) = delete;
+  PrivateUmask& operator=(const PrivateUmask&) = delete;
+
+ private:
+  const mode_t before_ = umask(0077);
+};
 
 /// In one transaction, so that a first start that is cut short leaves all or nothing of the schema.
 void complete_schema(SqliteStore& store) {
@@ -66,6 +80,7 @@ SqliteStore open_or_make(const Config& config) {
   }
   try {
     if (fs::exists(file)) require_own_database(file);
+    const PrivateUmask private_umask;
     SqliteStore store;
     store.open(file);
     complete_schema(store);

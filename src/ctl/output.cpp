@@ -21,6 +21,14 @@ namespace {
 /// Longer messages, such as a parser's that quotes a whole file, are cut.
 constexpr std::size_t longest_error_bytes = 1000;
 
+/// Control characters, and those that break lines or turn their direction.
+bool commands_terminal(wchar_t character) {
+  return std::iswcntrl(static_cast<wint_t>(character)) != 0 || character == 0x61c ||
+         character == 0x200e || character == 0x200f ||
+         (character >= 0x2028 && character <= 0x202e) ||
+         (character >= 0x2066 && character <= 0x2069);
+}
+
 bool output_failed = false;
 int output_errno = 0;
 
@@ -44,7 +52,18 @@ void print(std::string_view text) {
 }
 
 void print_json(const nlohmann::json& value) {
-  print(value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n');
+  const std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  std::string line;
+  for_each_character(text, [&line](wchar_t character, std::string_view bytes) {
+    if (commands_terminal(character)) {
+      char escape[7];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
+      line += escape;
+    } else {
+      line += bytes;
+    }
+  });
+  print(line + '\n');
 }
 
 void finish_output() {
@@ -64,12 +83,9 @@ void print_error(std::string_view message) {
 std::string printable(std::string_view text) {
   std::string line;
   for_each_character(text, [&line](wchar_t character, std::string_view bytes) {
-    // U+2028 to U+202E and U+2066 to U+2069 break lines and turn their direction.
-    const bool commands = (character >= 0x2028 && character <= 0x202e) ||
-                          (character >= 0x2066 && character <= 0x2069);
     if (character == invalid_character) {
       line += "\xef\xbf\xbd";
-    } else if (commands || std::iswcntrl(static_cast<wint_t>(character)) != 0) {
+    } else if (commands_terminal(character)) {
       line += ' ';
     } else {
       line += bytes;

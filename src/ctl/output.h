@@ -16,7 +16,8 @@ void claim_standard_descriptors();
 
 /// Writes the text to standard output. Failures come to light in finish_output.
 void print(std::string_view text);
-/// Writes the value on one line. Text that is no UTF-8 has its wrong bytes replaced.
+/// Writes the value on one line. Text that is no UTF-8 has its wrong bytes replaced, and what
+/// commands the terminal is escaped.
 void print_json(const nlohmann::json& value);
 /// Raises std::runtime_error with "cannot write standard output: " and the reason when anything
 /// printed so far has not been written.

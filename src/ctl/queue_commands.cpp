@@ -9,13 +9,13 @@
 #include "ctl/age.h"
 #include "ctl/listing.h"
 #include "ctl/open_store.h"
+#include "ctl/read_config.h"
 #include "ctl/tool.h"
 #include "history/drain.h"
 #include "history/event_file.h"
 #include "store/connection.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/config/duration.h"
-#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -40,7 +40,7 @@ json row_json(const PendingSyncRow& row, const std::string& now) {
 }
 
 int list(const Tool& tool, int limit) {
-  StoreView view = look_at_store(load_config(tool.config));
+  StoreView view = look_at_store(read_config(tool.config));
   const std::string now = utc_timestamp_iso();
   Listing listing(tool.json, {"EVENT", "AGE", "ATTEMPTS", "NEXT", "LAST ERROR"});
   const auto json_of = [&](const PendingSyncRow& row) { return row_json(row, now); };
@@ -114,7 +114,7 @@ json stats_json(const SyncQueueStats& stats) {
 }
 
 int show_stats(const Tool& tool) {
-  const SyncQueueStats stats = look_at_store(load_config(tool.config)).look(sync_queue_stats);
+  const SyncQueueStats stats = look_at_store(read_config(tool.config)).look(sync_queue_stats);
   if (tool.json) {
     print_json(stats_json(stats));
   } else {
@@ -159,7 +159,7 @@ struct FlushArguments {
 };
 
 Config load_delivering_config(const Tool& tool) {
-  Config config = load_config(tool.config);
+  Config config = read_config(tool.config);
   for (const auto& [closed, gate] : {std::pair(!config.vorn.enabled, "vorn.enabled=false"),
                                      {config.vorn.queue_only, "vorn.queue_only=true"}}) {
     if (closed) throw std::runtime_error(std::string(gate) + ": nothing is delivered");

@@ -4,10 +4,10 @@
 
 #include "ctl/open_store.h"
 #include "ctl/output.h"
+#include "ctl/read_config.h"
 #include "ctl/table.h"
 #include "ctl/tool.h"
 #include "store/inspection.h"
-#include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -34,7 +34,7 @@ std::string size_text(std::uint64_t bytes, std::uint64_t limit) {
 }
 
 int show_status(const Tool& tool) {
-  const Config config = load_config(tool.config);
+  const Config config = read_config(tool.config);
   StoreView view = look_at_store(config);
   const std::uint64_t bytes = store_size_bytes(fs::canonical(config.storage.local_db));
   const std::uint64_t limit = config.storage.max_local_bytes;
@@ -59,7 +59,7 @@ int show_status(const Tool& tool) {
 }
 
 int maintain(const Tool& tool) {
-  const Config config = load_config(tool.config);
+  const Config config = read_config(tool.config);
   SqliteStore store = open_to_change(config);
   const std::uint64_t limit = config.storage.max_local_bytes;
   const std::uint64_t before = store.local_size_bytes();

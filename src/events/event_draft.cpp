@@ -63,17 +63,17 @@ EventDraft::EventDraft(const Config& config, const std::string& type, const json
 }
 
 std::optional<std::string> EventDraft::fault() const {
-  return judge_event_values(
-      {.schema = &schema_text,
-       .event_id = &event_id_,
-       .agent_id = &config_.agent.id,
-       .project_id = &config_.agent.project_id,
-       .server_name = &config_.agent.server_name,
-       .type = &type_,
-       .level = &level_,
-       .created_at = &created_at_,
-       .payload_is_object =
-           unwrapped_ == nullptr || unwrapped_->is_object() || unwrapped_->is_null()});
+  return judge_event_values({.schema = &schema_text,
+                             .event_id = &event_id_,
+                             .agent_id = &config_.agent.id,
+                             .project_id = &config_.agent.project_id,
+                             .server_name = &config_.agent.server_name,
+                             .type = &type_,
+                             .level = &level_,
+                             .created_at = &created_at_,
+                             .payload_is_object = unwrapped_ == nullptr ||
+                                                  unwrapped_->is_object() ||
+                                                  unwrapped_->is_null()});
 }
 
 json EventDraft::event() const {

@@ -106,7 +106,7 @@ TEST(ConfigCheck, WarnsOfWhatLoadsAndIsAMistake) {
       {"remote_actions: {ttl_seconds: 9}\nmonitoring_commands: {timeout_sec: 8}",
        "2:23: monitoring_commands.timeout_sec has no effect, as remote_actions.ttl_seconds beats "
        "it"},
-      {"version: 1\n---\nversion: 2", "3:1: the document here and all behind it are ignored"},
+      {"version: 1\n---\nversion: 2", "2:1: the document here and all behind it are ignored"},
       // Second names are known, and two keys that say the same are none.
       {"telegram: {service_url: a, commands: {poll_limit: 5}}", ""},
       {"remote_actions: {ttl_seconds: 9}\nmonitoring_commands: {timeout_sec: 9}", ""},
@@ -125,6 +125,47 @@ TEST(ConfigCheck, WarnsOfWhatLoadsAndIsAMistake) {
       ASSERT_NE(kind, std::string::npos) << row.yaml << ": " << said;
       EXPECT_EQ(said.erase(kind, 9), row.warning) << row.yaml;
     }
+  }
+}
+
+TEST(ConfigCheck, SurvivesWhatIsNoConfiguration) {
+  const CtlScene scene;
+  std::string bomb = "a: &a [x, x, x, x, x, x, x, x, x, x]\n";
+  for (char name = 'b'; name < 'i'; ++name) {
+    bomb += std::string(1, name) + ": &" + name + " [";
+    for (int i = 0; i < 10; ++i) bomb += std::string("*") + static_cast<char>(name - 1) + ',';
+    bomb += "]\n";
+  }
+  scene.write("bomb.yaml", bomb + "checks: {http: {items: *h}}\n");
+  scene.write("large.yaml", std::string(1100000, '#'));
+  std::string unknown;
+  std::string documents;
+  for (int i = 0; i < 5000; ++i) {
+    unknown += "key" + std::to_string(i) + ": 1\n";
+    documents += "---\n";
+  }
+  scene.write("unknown.yaml", unknown);
+  scene.write("documents.yaml", documents);
+  const struct {
+    const char* line;
+    int status;
+    const char* part;
+  } rows[] = {
+      {"\"${dir}bomb.yaml\"", 1, "has more than 1000000 values"},
+      {"\"${dir}large.yaml\"", 1, "is larger than 1 MiB"},
+      {"\"${dir}unknown.yaml\"", 0, "and 4800 more warnings"},
+      {"\"${dir}documents.yaml\"", 0, "2:1: warning: the document here and all behind it"},
+      // A pipe can be read once only, and says what a file says.
+      {"/dev/stdin --strict <<X\nvorn: {max_batch: 0, x: 1}\nX\n", 1, "max_batch must be between"},
+      {"/dev/fd/0 --strict <<X\nvorn: {x: 1}\nX\n", 1, ":1:8: warning: vorn.x is unknown"},
+  };
+  for (const auto& row : rows) {
+    const ProcessResult result = scene.run_line(std::string("\"$ctl\" config "
+                                                            "check ") +
+                                                row.line);
+    EXPECT_EQ(result.status, row.status) << row.line << result.err;
+    EXPECT_NE((result.out + result.err).find(row.part), std::string::npos)
+        << row.line << (result.out + result.err).substr(0, 200);
   }
 }
 

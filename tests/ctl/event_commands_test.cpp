@@ -73,7 +73,7 @@ TEST(EventSend, BadInputIsOneLineAndQueuesNothing) {
   CtlScene scene;
   scene.configure();
   scene.write("deep.json", nested(600));
-  scene.write("deepest.json", nested(1000000));
+  scene.write("deepest.json", nested(999000));
   scene.write("latin1.json", "\"\xe9\"");
   scene.write("cut.json", "{\"a\": \"" + std::string(100000, 'x'));
   const struct {
@@ -96,11 +96,16 @@ TEST(EventSend, BadInputIsOneLineAndQueuesNothing) {
       {"test_event --data-file \"$dir\"", ": Is a directory"},
       {"test_event --data-file \"${dir}none\"", "cannot read "},
       {"test_event --data-file ''", "cannot read : No such file or directory"},
-      {"test_event --data-file /dev/zero", "/dev/zero is larger than 64 MiB"},
+      {"test_event --data-file /dev/zero", "/dev/zero is larger than 16 MiB"},
+      {"test_event --data-file \"${dir}many.json\"", "the data has more than 1000000 values"},
+      {"test_event --id \"$(printf %0253d 1)\"", "the id is longer than 252 bytes"},
       {"test_event --data-file - <&-", "cannot read standard input: "},
       {"test_event --data-file - </dev/null", "parse error"},
       {"test_event --config /nowhere", "config not found: /nowhere"},
   };
+  std::string many = "[";
+  for (int i = 0; i < 1000000; ++i) many += "{},";
+  scene.write("many.json", many + "{}]");
   for (const auto& row : rows) {
     expect_one_error(scene.run_line(std::string("\"$ctl\" event send ") + row.line), 1, row.part);
   }
@@ -111,6 +116,27 @@ TEST(EventSend, BadInputIsOneLineAndQueuesNothing) {
   EXPECT_EQ(queued(scene).size(), 0U);
   scene.write("config.yaml", "storage: {local_db: /dev/null/x.db}\n");
   expect_one_error(scene.run({"event", "send", "test_event"}), 1, "");
+}
+
+TEST(EventSend, TheStoreIsPrivateWhateverTheUmask) {
+  const struct {
+    const char* umask;
+    unsigned directory;
+    unsigned file;
+  } rows[] = {{"0000", 0750, 0640}, {"0022", 0750, 0640}, {"0077", 0700, 0600}};
+  for (const auto& row : rows) {
+    const CtlScene scene;
+    scene.configure();
+    // A reader keeps the two files beside the database there.
+    const ProcessResult result =
+        scene.run_line(std::string("umask ") + row.umask +
+                       "; \"$ctl\" event send test_event && sqlite3 \"${dir}state/agent.db\" "
+                       "'SELECT count(*) FROM incidents' '.shell \"$ctl\" event send test_event' "
+                       "'.shell stat -c %a \"${dir}state/agent.db-wal\"'");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(mode_of(scene.dir / "state"), row.directory);
+    EXPECT_EQ(mode_of(scene.dir / "state/agent.db"), row.file);
+  }
 }
 
 TEST(EventSend, SeveralAtOnceLoseNothing) {
@@ -155,7 +181,7 @@ TEST(EventCheck, GivesTheVerdictOfTheJudge) {
   expect_one_error(scene.run({"event", "check", path + "text.json"}), 1, "parse error");
   expect_one_error(scene.run({"event", "check", path}), 1, ": Is a directory");
   expect_one_error(scene.run({"event", "check", path + "none"}), 1, "cannot read ");
-  expect_one_error(scene.run({"event", "check", "/dev/zero"}), 1, "larger than 64 MiB");
+  expect_one_error(scene.run({"event", "check", "/dev/zero"}), 1, "larger than 16 MiB");
 }
 
 TEST(EventTypes, AreThoseOfTheCatalogue) {

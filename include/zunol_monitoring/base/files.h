@@ -18,9 +18,9 @@ std::string read_text_file(const std::filesystem::path& path);
 /// write itself is not tested: a full disk goes unreported.
 void write_text_file(const std::filesystem::path& path, std::string_view text);
 
-/// Creates the directory that `path` lies in, with its ancestors and the process's default mode; new
-/// names are on the disk then. Nothing to do for a path without a parent. Raises the file-system
-/// library's error.
+/// Creates the directory that `path` lies in, with its ancestors and the process's default mode;
+/// new names are on the disk then. Nothing to do for a path without a parent. Raises the
+/// file-system library's error.
 void ensure_parent_directory(const std::filesystem::path& path);
 
 /// Creates the directory `path` with its ancestors, whose new names are on the disk then, and sets

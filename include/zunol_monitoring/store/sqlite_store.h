@@ -5,12 +5,12 @@
 // text where the moment has not come.
 //
 // Failures raise StoreError with SQLite's text; "the store is closed" without a connection. A
-// listing that meets one while it steps logs "store listing cut short: " and the text at level Error
-// and returns the rows so far; a lookup then finds nothing.
+// listing that meets one while it steps logs "store listing cut short: " and the text at level
+// Error and returns the rows so far; a lookup then finds nothing.
 //
 // A statement that finds the database locked waits for the other connection, 10 seconds at most in
-// most cases; SQLite refuses at once where waiting could not help. One object serves one thread at a
-// time.
+// most cases; SQLite refuses at once where waiting could not help. One object serves one thread at
+// a time.
 #pragma once
 
 #include <cstdint>
