@@ -21,3 +21,7 @@ file(RELATIVE_PATH ZUNOL_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(packaging/zunol-monitoring.pc.in ${PROJECT_BINARY_DIR}/packaging/zunol-monitoring.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/packaging/zunol-monitoring.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${development})
+install(FILES docs/library.md
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzunol-monitoring-dev ${development})
+install(FILES examples/agent_loop.cpp examples/host_agent.cpp
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libzunol-monitoring-dev/examples ${development})
