@@ -13,8 +13,8 @@ namespace {
 /// Deeper than any key stands, so that nothing below it is ever read.
 constexpr int deepest_level = 16;
 
-/// Counts the values of a document, each alias as what it stands for, up to the bound: a few lines of
-/// aliases of aliases can stand for more than any memory holds, and one of itself for no end.
+/// Counts the values of a document, each alias as what it stands for, up to the bound: a few lines
+/// of aliases of aliases can stand for more than any memory holds, and one of itself for no end.
 class ValueCounter {
  public:
   bool within_bound(const YAML::Node& node, int level = 0) {
