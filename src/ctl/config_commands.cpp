@@ -1,4 +1,6 @@
 // zunol-monitoring-ctl config: the configuration checked, shown and described.
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
@@ -11,6 +13,7 @@
 #include "ctl/config_schema.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
+#include "ctl/surroundings.h"
 #include "ctl/table.h"
 #include "ctl/tool.h"
 #include "describe/key_index.h"
@@ -86,6 +89,7 @@ Verdict judge(const fs::path& path) {
       verdict.errors.push_back(place_error(rule, index, file));
     }
     verdict.warnings = std::move(file.warnings);
+    std::ranges::move(examine_surroundings(config, file), std::back_inserter(verdict.warnings));
     for (const OverlayVariable& variable : overlay_variables()) {
       if (!variable.set || variable.used) continue;
       verdict.warnings.push_back(

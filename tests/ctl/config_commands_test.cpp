@@ -128,6 +128,53 @@ TEST(ConfigCheck, WarnsOfWhatLoadsAndIsAMistake) {
   }
 }
 
+TEST(ConfigCheck, WarnsOfSurroundingsThatExposeOrLoseEvents) {
+  const struct {
+    const char* name;
+    const char* before;  ///< a shell line
+    const char* vorn;
+    const char* part;  ///< of the one warning, or "" for none
+  } rows[] = {
+      {"all is well", "mkdir state", "transport: command, append_command: 'true'", ""},
+      {"nothing is there yet", "true", "transport: spool, export_dir: $dir/spool", ""},
+      {"open state", "mkdir state; chmod 1777 state", "transport: queue",
+       "1:11: warning: storage.local_db: everybody may write into "},
+      {"open database", "mkdir state; touch state/agent.db; chmod 644 state/agent.db",
+       "transport: queue", "storage.local_db: everybody may read "},
+      {"linked spool", "mkdir real; ln -s real spool", "transport: spool, export_dir: ${dir}spool",
+       "spool is a link"},
+      {"open spool", "mkdir spool; chmod 777 spool", "transport: spool, export_dir: ${dir}spool",
+       "vorn.export_dir: everybody may write into "},
+      {"open temporary directory", "chmod 777 tmp", "transport: command, append_command: 'true'",
+       "which has no sticky bit"},
+      {"empty backend", "touch b; chmod 700 b", "bridge_command: '${dir}b x'",
+       "b is empty, which the shell takes for success"},
+      {"empty backend behind a shell", "touch b; chmod 700 b", "bridge_command: 'sh -c x ${dir}b'",
+       "b is empty, which the shell takes for success"},
+      {"missing backend", "true", "bridge_command: '${dir}b x'", "b is not there"},
+      {"foreign state",
+       "mkdir state; touch state/agent.db; chmod 600 state/agent.db; "
+       "chown 65534 state",
+       "transport: queue", "belongs to nobody and not to "},
+  };
+  for (const auto& row : rows) {
+    const CtlScene scene;
+    const ProcessResult result = scene.run_line(
+        std::string("umask 077; cd \"$dir\"; mkdir tmp; export TMPDIR=\"${dir}tmp\"; ") +
+        row.before +
+        " || exit 9; cat >c.yaml <<X\nstorage: {local_db: ${dir}state/agent.db}\nvorn: "
+        "{queue_only: false, " +
+        row.vorn +
+        "}\nX\n\"$ctl\" config check --strict c.yaml | "
+        "grep warning");
+    if (result.status == 9) continue;  // not everybody may give a directory away
+    EXPECT_EQ(std::ranges::count(result.out, '\n'), *row.part == '\0' ? 0 : 1)
+        << row.name << '\n'
+        << result.out << result.err;
+    EXPECT_NE(result.out.find(row.part), std::string::npos) << row.name << '\n' << result.out;
+  }
+}
+
 TEST(ConfigCheck, SurvivesWhatIsNoConfiguration) {
   const CtlScene scene;
   std::string bomb = "a: &a [x, x, x, x, x, x, x, x, x, x]\n";

@@ -1,0 +1,128 @@
+#include "ctl/surroundings.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <optional>
+#include <sstream>
+#include <string>
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::optional<struct stat> status_of(const fs::path& path) {
+  struct stat status = {};
+  if (stat(path.c_str(), &status) != 0) return std::nullopt;
+  return status;
+}
+
+std::string name_of(uid_t user) {
+  const passwd* entry = getpwuid(user);
+  return entry != nullptr ? entry->pw_name : std::to_string(user);
+}
+
+class Examiner {
+ public:
+  Examiner(const Config& config, const ConfigFile& file) : config_(config), file_(file) {
+    agent_ = geteuid();
+    if (agent_ != 0) return;
+    const auto database = status_of(config.storage.local_db);
+    agent_ = database ? std::optional(database->st_uid) : std::nullopt;
+  }
+
+  std::vector<Finding> findings;
+
+  void database() {
+    const fs::path& path = config_.storage.local_db;
+    if (path.has_parent_path()) directory("storage.local_db", path.parent_path());
+    const auto status = status_of(path);
+    if (status && (status->st_mode & S_IROTH) != 0) {
+      warn("storage.local_db", "everybody may read " + path.string());
+    }
+  }
+
+  void export_directory() {
+    const fs::path& path = config_.vorn.export_dir;
+    std::error_code unknown;
+    if (fs::is_symlink(path, unknown)) {
+      warn("vorn.export_dir", path.string() + " is a link, which may come to mean another place");
+    }
+    directory("vorn.export_dir", path);
+  }
+
+  void temporary_directory() {
+    std::error_code unknown;
+    const fs::path path = fs::temp_directory_path(unknown);
+    const auto status = status_of(path);
+    if (status && (status->st_mode & S_IWOTH) != 0 && (status->st_mode & S_ISVTX) == 0) {
+      warn("vorn.append_command",
+           "everybody may take event files out of " + path.string() + ", which has no sticky bit");
+    }
+  }
+
+  /// Only words that are paths are looked at: the rest of a shell text is the shell's.
+  void programs(const std::string& key, const std::string& command) {
+    std::istringstream words(command);
+    bool first = true;
+    for (std::string word; words >> word; first = false) {
+      if (!word.starts_with('/')) continue;
+      const auto status = status_of(word);
+      if (!status) {
+        if (first) warn(key, word + " is not there");
+        continue;
+      }
+      const bool program = first || (status->st_mode & S_IXUSR) != 0;
+      if (!S_ISREG(status->st_mode) || !program) continue;
+      if (status->st_size == 0) {
+        warn(key, word + " is empty, which the shell takes for success");
+      } else if (access(word.c_str(), R_OK) != 0) {
+        warn(key, word + " cannot be read, which the shell can take for success");
+      }
+    }
+  }
+
+ private:
+  void directory(const std::string& key, const fs::path& path) {
+    const auto status = status_of(path);
+    if (!status || !S_ISDIR(status->st_mode)) return;
+    if ((status->st_mode & S_IWOTH) != 0) {
+      warn(key, "everybody may write into " + path.string());
+    }
+    if (agent_ && status->st_uid != *agent_) {
+      warn(key, path.string() + " belongs to " + name_of(status->st_uid) + " and not to " +
+                    name_of(*agent_));
+    }
+  }
+
+  void warn(const std::string& key, const std::string& what) {
+    const auto source = file_.sources.find(key);
+    const Source at = source != file_.sources.end() ? source->second : Source{};
+    findings.push_back({at.line, at.column, key + ": " + what});
+  }
+
+  const Config& config_;
+  const ConfigFile& file_;
+  std::optional<uid_t> agent_;
+};
+
+}  // namespace
+
+std::vector<Finding> examine_surroundings(const Config& config, const ConfigFile& file) {
+  Examiner examiner(config, file);
+  examiner.database();
+  const VornConfig& vorn = config.vorn;
+  const bool delivers = vorn.enabled && !vorn.queue_only;
+  if (delivers && vorn.transport == "spool") examiner.export_directory();
+  if (delivers && vorn.transport == "command") {
+    examiner.temporary_directory();
+    examiner.programs("vorn.append_command", vorn.append_command);
+  }
+  if (vorn.enabled) examiner.programs("vorn.bridge_command", vorn.bridge_command);
+  return std::move(examiner.findings);
+}
+
+}  // namespace zunol_monitoring::ctl
