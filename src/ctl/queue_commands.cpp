@@ -86,6 +86,10 @@ void print_stats(const SyncQueueStats& stats) {
   figures.add({"oldest due", moment_text(stats.due, stats.oldest_due_at)});
   figures.add({"failed " + std::to_string(many_sync_failures) + " times or more",
                std::to_string(stats.failed_often)});
+  if (stats.beyond_schedule > 0) {
+    figures.add({"waiting for over an hour, as the clock was put back",
+                 std::to_string(stats.beyond_schedule)});
+  }
   Table ages({"AGE", "EVENTS", ""});
   constexpr std::int64_t widest_bar = 40;
   for (std::size_t i = 0; i < stats.by_age.size(); ++i) {
@@ -110,6 +114,8 @@ json stats_json(const SyncQueueStats& stats) {
           {"oldest_pending", moment_json(stats.oldest_pending_at)},
           {"oldest_due", moment_json(stats.oldest_due_at)},
           {"failed_often", stats.failed_often},
+          {"beyond_schedule", stats.beyond_schedule},
+          {"next_attempt_at", stats.next_attempt_at},
           {"by_age", ages}};
 }
 

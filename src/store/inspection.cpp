@@ -9,6 +9,7 @@
 #include "store/statement.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/store/sqlite_store.h"
+#include "zunol_monitoring/store/sync_queue.h"
 
 namespace zunol_monitoring {
 namespace {
@@ -65,12 +66,14 @@ SyncQueueStats sync_queue_stats(sqlite3* db) {
                  "SELECT count(*), min(created_at), sum(next_attempt_at<=?1), "
                  "min(iif(next_attempt_at<=?1, created_at, NULL)), sum(created_at>?2), "
                  "sum(created_at>?3), sum(created_at>?4), sum(created_at>?5), sum(created_at>?6), "
-                 "sum(created_at>?7), min(iif(next_attempt_at>?1, next_attempt_at, NULL)) FROM "
+                 "sum(created_at>?7), min(iif(next_attempt_at>?1, next_attempt_at, NULL)), "
+                 "sum(next_attempt_at>?8) FROM "
                  "vorn_sync_queue WHERE status='pending'");
   const auto ago = [now](std::size_t index) {
     return utc_timestamp_iso(now - std::chrono::seconds(sync_age_bounds_sec[index]));
   };
-  ages.bind(utc_timestamp_iso(now), ago(0), ago(1), ago(2), ago(3), ago(4), ago(5));
+  ages.bind(utc_timestamp_iso(now), ago(0), ago(1), ago(2), ago(3), ago(4), ago(5),
+            utc_timestamp_iso(now + std::chrono::seconds(retry_delay_seconds(many_sync_failures))));
   SyncQueueStats stats;
   if (ages.next_or_raise()) {
     stats.pending = ages.integer64(0);
@@ -84,7 +87,9 @@ SyncQueueStats sync_queue_stats(sqlite3* db) {
       younger = below;
     }
     stats.by_age.back() = stats.pending - younger;
-    stats.next_attempt_at = ages.text(4 + static_cast<int>(sync_age_bounds_sec.size()));
+    constexpr int behind_ages = 4 + static_cast<int>(sync_age_bounds_sec.size());
+    stats.next_attempt_at = ages.text(behind_ages);
+    stats.beyond_schedule = ages.integer64(behind_ages + 1);
   }
   // The attempts do not: reading the table through is cheaper than finding each row by the index.
   Statement failed(db,

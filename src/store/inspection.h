@@ -66,6 +66,8 @@ struct SyncQueueStats {
   /// Pending rows by age: below each of sync_age_bounds_sec, and the rest.
   std::array<std::int64_t, sync_age_bounds_sec.size() + 1> by_age = {};
   std::int64_t failed_often = 0;  ///< rows with many_sync_failures or more
+  /// Rows that wait for more than an hour, which the schedule never gives: the clock was put back.
+  std::int64_t beyond_schedule = 0;
 };
 
 SyncQueueStats sync_queue_stats(sqlite3* db);

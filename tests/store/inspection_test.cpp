@@ -51,6 +51,7 @@ TEST_F(Inspection, StatsTellAgesFailuresAndWhatIsDue) {
   EXPECT_EQ(stats.pending, 5);
   EXPECT_EQ(stats.due, 2);
   EXPECT_EQ(stats.failed_often, 2);
+  EXPECT_EQ(stats.beyond_schedule, 0);
   EXPECT_EQ(stats.by_age, (std::array<std::int64_t, 7>{1, 2, 0, 1, 0, 0, 1}));
   EXPECT_EQ(stats.oldest_pending_at + '\n',
             query("SELECT created_at FROM vorn_sync_queue WHERE event_id='weeks'"));
@@ -63,6 +64,8 @@ TEST_F(Inspection, StatsTellAgesFailuresAndWhatIsDue) {
   }
   EXPECT_TRUE(listed.starts_with("weeks 1 hours 9 ")) << listed;
   EXPECT_EQ(view().look(count_pending_sync_rows), 5);
+  queue("clock put back", 5, 1, 7200);
+  EXPECT_EQ(view().look(sync_queue_stats).beyond_schedule, 1);
 }
 
 TEST_F(Inspection, LookingChangesNothing) {
