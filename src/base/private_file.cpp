@@ -35,25 +35,24 @@ void PrivateFile::write(std::string_view text) {
   }
 }
 
-void PrivateFile::publish(const std::filesystem::path& final_path) {
+void PrivateFile::publish(const std::filesystem::path& final_path, unsigned mode) {
   if (fsync(file_) != 0) fail();
   std::filesystem::rename(path_, final_path);
   // By the descriptor: someone else may have changed what the name stands for. Failure leaves it
   // private.
-  constexpr mode_t group_readable = 0640;
-  (void)fchmod(file_, group_readable);
+  (void)fchmod(file_, mode);
   sync_name(final_path);
 }
 
 void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
 
-void replace_file(const std::filesystem::path& path, std::string_view text) {
+void replace_file(const std::filesystem::path& path, std::string_view text, unsigned mode) {
   ensure_parent_directory(path);
   const std::filesystem::path temporary = path.string() + ".tmp." + make_id("file");
   PrivateFile file(temporary);
   try {
     file.write(text);
-    file.publish(path);
+    file.publish(path, mode);
   } catch (...) {
     std::error_code ignored;
     std::filesystem::remove(temporary, ignored);

@@ -7,6 +7,9 @@
 
 namespace zunol_monitoring {
 
+inline constexpr unsigned group_readable = 0640;
+inline constexpr unsigned world_readable = 0644;
+
 /// A file that this object has created and writes. Every failure raises std::runtime_error with
 /// "cannot write " and the path; the file then stays as far as it has come.
 class PrivateFile {
@@ -22,9 +25,9 @@ class PrivateFile {
   /// Writes all of `text`; a full disk is a failure.
   void write(std::string_view text);
   /// Gives the file its final name, whose old file goes: complete, on the disk, content and name,
-  /// and then readable for the group, mode 0640, too. Raises also the file-system library's error
-  /// where the name cannot be given or synced.
-  void publish(const std::filesystem::path& final_path);
+  /// and then with this mode. Raises also the file-system library's error where the name cannot be
+  /// given or synced.
+  void publish(const std::filesystem::path& final_path, unsigned mode = group_readable);
 
  private:
   [[noreturn]] void fail() const;
@@ -35,6 +38,7 @@ class PrivateFile {
 
 /// Writes `text` into a private file beside `path`, whose directories are created where missing,
 /// and publishes it as `path`. A failure leaves nothing behind, and raises what that does.
-void replace_file(const std::filesystem::path& path, std::string_view text);
+void replace_file(const std::filesystem::path& path, std::string_view text,
+                  unsigned mode = group_readable);
 
 }  // namespace zunol_monitoring

@@ -1,7 +1,11 @@
 #include "ctl/age.h"
 
+#include <chrono>
 #include <ctime>
 #include <nlohmann/json.hpp>
+
+#include "zunol_monitoring/base/clock.h"
+#include "zunol_monitoring/config/duration.h"
 
 namespace zunol_monitoring::ctl {
 
@@ -10,6 +14,19 @@ std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t oth
   const char* end = strptime(timestamp.c_str(), "%Y-%m-%dT%H:%M:%SZ", &time);
   if (end == nullptr || *end != '\0') return otherwise;
   return timegm(&time);
+}
+
+std::string time_of(const std::string& text) {
+  if (text.empty() || seconds_of_timestamp(text, -1) != -1) return text;
+  const std::chrono::seconds span(parse_duration_seconds(text, 0));
+  return utc_timestamp_iso(std::chrono::system_clock::now() - span);
+}
+
+std::string is_time(const std::string& text) {
+  constexpr std::size_t most_digits = 6;  // so that no duration goes beyond the calendar
+  if (seconds_of_timestamp(text, -1) != -1) return "";
+  if (text.size() <= most_digits && parse_duration_seconds(text, -1) >= 0) return "";
+  return text + " is no time such as 2h, 3d or 2026-01-31T12:00:00Z";
 }
 
 std::string span_text(std::int64_t seconds) {

@@ -12,6 +12,12 @@ namespace zunol_monitoring::ctl {
 /// text.
 std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t otherwise);
 
+/// The time that an option names: one in the form of utc_timestamp_iso(), or a duration back from
+/// now; "" for "".
+std::string time_of(const std::string& text);
+/// What is wrong with the text as such, or "".
+std::string is_time(const std::string& text);
+
 /// The two largest units of a span: "0s", "59s", "5m 10s", "3h", "12d 4h". A negative span has a
 /// "-" in front.
 std::string span_text(std::int64_t seconds);

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <exception>
 
+#include "ctl/metrics.h"
 #include "ctl/output.h"
 #include "ctl/tool.h"
 #include "zunol_monitoring/config/load.h"
@@ -44,6 +45,7 @@ int run(int argc, char** argv) {
   add_queue_commands(app, tool);
   add_store_commands(app, tool);
   add_record_commands(app, tool);
+  add_metrics_command(app, tool);
 
   try {
     app.parse(argc, argv);

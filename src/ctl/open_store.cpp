@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "ctl/output.h"
 #include "store/inspection.h"
 
 namespace zunol_monitoring::ctl {
@@ -53,23 +54,42 @@ void complete_schema(SqliteStore& store) {
   }
 }
 
+/// False where nothing is. What beside it is no regular file would hang SQLite.
+bool is_there(const fs::path& file) {
+  for (const char* suffix : {"-wal", "-shm", "-journal", ""}) {
+    const fs::path path = fs::weakly_canonical(file).string() + suffix;
+    const fs::file_status status = fs::status(path);
+    if (fs::exists(status) && !fs::is_regular_file(status)) fail_at(path, "it is no regular file");
+  }
+  return fs::exists(file);
+}
+
 }  // namespace
 
-StoreView look_at_store(const Config& config) {
+void tell_absent_store(const Tool& tool, const Config& config) {
+  if (!tool.json) print_error("no store at " + config.storage.local_db.string() + " yet");
+}
+
+StoreView look_at_store(const Tool& tool, const Config& config) {
   const fs::path& file = config.storage.local_db;
-  if (!fs::is_regular_file(file)) throw std::runtime_error("no store at " + file.string());
+  if (!is_there(file)) {
+    tell_absent_store(tool, config);
+    return StoreView::of_nothing();
+  }
   try {
     StoreView view(file);
-    require_store(file, view.look(store_kind) == StoreKind::whole);
-    return view;
+    const StoreKind kind = view.look(store_kind);
+    require_store(file, kind != StoreKind::foreign);
+    if (kind == StoreKind::whole) return view;
+    tell_absent_store(tool, config);  // a first start was cut short
+    return StoreView::of_nothing();
   } catch (const StoreError& error) {
     fail_at(file, error.what());
   }
 }
 
-SqliteStore open_to_change(const Config& config) {
-  const fs::path& file = config.storage.local_db;
-  if (!fs::is_regular_file(file)) throw std::runtime_error("no store at " + file.string());
+std::optional<SqliteStore> open_to_change(const Config& config) {
+  if (!is_there(config.storage.local_db)) return std::nullopt;
   return open_or_make(config);
 }
 
@@ -79,7 +99,7 @@ SqliteStore open_or_make(const Config& config) {
     throw std::runtime_error("storage.local_db names no file");
   }
   try {
-    if (fs::exists(file)) require_own_database(file);
+    if (is_there(file)) require_own_database(file);
     const PrivateUmask private_umask;
     SqliteStore store;
     store.open(file);

@@ -1,19 +1,25 @@
 // The store that the configuration names.
 #pragma once
 
+#include <optional>
+
+#include "ctl/tool.h"
 #include "store/store_view.h"
 #include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring::ctl {
 
-/// A look at the store. Raises std::runtime_error with "no store at " and the path where there is
-/// no regular file, and the path, ": " and SQLite's text, or "it has no store in it", where that is
-/// none.
-StoreView look_at_store(const Config& config);
+/// Says on standard error that there is no store yet, unless the tool prints JSON.
+void tell_absent_store(const Tool& tool, const Config& config);
 
-/// The store with its schema brought up to date, a first start that was cut short finished; but
-/// never a new one. Raises as look_at_store does.
-SqliteStore open_to_change(const Config& config);
+/// A look at the store, or at an empty one where none is yet, which is told. Raises
+/// std::runtime_error with the path, ": " and SQLite's text, "it is no regular file", or "it has no
+/// store in it".
+StoreView look_at_store(const Tool& tool, const Config& config);
+
+/// The store with its schema brought up to date, a first start that was cut short finished; nothing
+/// where none is yet. Raises as look_at_store does.
+std::optional<SqliteStore> open_to_change(const Config& config);
 
 /// The same, but makes the store where nothing is. Raises also "storage.local_db names no file"
 /// where the events would go with the process.

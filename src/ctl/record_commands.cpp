@@ -84,7 +84,7 @@ int print_records(const Tool& tool, const Filters& filters, StoreView& view, con
 constexpr auto all = [](const auto&) { return true; };
 
 int list_incidents(const Tool& tool, const Filters& filters) {
-  StoreView view = look_at_store(read_config(tool.config));
+  StoreView view = look_at_store(tool, read_config(tool.config));
   const auto wanted = [&](const Incident& incident) {
     return (!filters.open || is_open(incident.status)) &&
            (filters.level.empty() || filters.level == severity_name(incident.level));
@@ -104,7 +104,7 @@ int list_incidents(const Tool& tool, const Filters& filters) {
 }
 
 int list_journal(const Tool& tool, const Filters& filters) {
-  StoreView view = look_at_store(read_config(tool.config));
+  StoreView view = look_at_store(tool, read_config(tool.config));
   const RowIds ids = view.look([&](sqlite3* db) {
     return journal_ids(db, filters.category, std::min(filters.limit, max_journal_listing));
   });
@@ -117,7 +117,7 @@ int list_journal(const Tool& tool, const Filters& filters) {
 }
 
 int list_results(const Tool& tool, const Filters& filters) {
-  StoreView view = look_at_store(read_config(tool.config));
+  StoreView view = look_at_store(tool, read_config(tool.config));
   const RowIds ids = view.look(
       [&](sqlite3* db) { return check_result_ids(db, filters.check_type, filters.limit); });
   return print_records(

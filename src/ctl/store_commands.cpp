@@ -8,6 +8,7 @@
 #include "ctl/table.h"
 #include "ctl/tool.h"
 #include "store/inspection.h"
+#include "zunol_monitoring/base/clock.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -35,8 +36,8 @@ std::string size_text(std::uint64_t bytes, std::uint64_t limit) {
 
 int show_status(const Tool& tool) {
   const Config config = read_config(tool.config);
-  StoreView view = look_at_store(config);
-  const std::uint64_t bytes = store_size_bytes(fs::canonical(config.storage.local_db));
+  StoreView view = look_at_store(tool, config);
+  const std::uint64_t bytes = store_size_bytes(fs::weakly_canonical(config.storage.local_db));
   const std::uint64_t limit = config.storage.max_local_bytes;
   const auto tables = view.look(count_table_rows);
   const std::int64_t open_incidents = view.look(count_open_incidents);
@@ -60,11 +61,18 @@ int show_status(const Tool& tool) {
 
 int maintain(const Tool& tool) {
   const Config config = read_config(tool.config);
-  SqliteStore store = open_to_change(config);
+  auto store = open_to_change(config);
   const std::uint64_t limit = config.storage.max_local_bytes;
-  const std::uint64_t before = store.local_size_bytes();
-  store.run_maintenance(config.storage.max_local_incidents, limit);
-  const std::uint64_t after = store.local_size_bytes();
+  std::uint64_t before = 0;
+  std::uint64_t after = 0;
+  if (store) {
+    before = store->local_size_bytes();
+    store->run_maintenance(config.storage.max_local_incidents, limit);
+    store->set_state(last_maintenance_key, utc_timestamp_iso());
+    after = store->local_size_bytes();
+  } else {
+    tell_absent_store(tool, config);
+  }
   if (tool.json) {
     print_json({{"size_before_bytes", before}, {"size_bytes", after}, {"max_bytes", limit}});
   } else {

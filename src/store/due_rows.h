@@ -17,6 +17,8 @@ namespace zunol_monitoring {
 /// Clears the time of the next attempt of at most `limit` pending rows for which it has come, or of
 /// any with `all`. Returns how many it were.
 int make_rows_due(SqliteStore& store, int limit, bool all);
+/// Ends the waiting of one event; false where no pending row has this id.
+bool make_event_due(SqliteStore& store, const std::string& event_id);
 /// How many pending rows have no such time.
 std::int64_t count_gathered_rows(SqliteStore& store);
 

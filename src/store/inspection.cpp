@@ -28,11 +28,21 @@ std::set<std::string> columns_of_tables(sqlite3* db) {
 
 }  // namespace
 
-RowIds pending_row_ids(sqlite3* db, int limit) {
-  Statement rows(db,
-                 "SELECT rowid FROM vorn_sync_queue WHERE status='pending' ORDER BY created_at, "
-                 "rowid LIMIT ?");
-  return rows.bind(limit).row_ids();
+RowIds pending_row_ids(sqlite3* db, const PendingFilter& filter, int limit) {
+  if (filter.attempts == 0 && filter.since.empty() && filter.error.empty() && filter.type.empty()) {
+    return Statement(db,
+                     "SELECT rowid FROM vorn_sync_queue WHERE status='pending' ORDER BY "
+                     "created_at, rowid LIMIT ?")
+        .bind(limit)
+        .row_ids();
+  }
+  return Statement(db,
+                   "SELECT rowid FROM vorn_sync_queue WHERE status='pending' AND "
+                   "attempt_count>=?1 AND created_at>=?2 AND (?3='' OR instr(last_error, ?3)>0) "
+                   "AND (?4='' OR iif(json_valid(payload), json_extract(payload, '$.type'), '')=?4)"
+                   " ORDER BY created_at, rowid LIMIT ?5")
+      .bind(filter.attempts, filter.since, filter.error, filter.type, limit)
+      .row_ids();
 }
 
 std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids) {
@@ -46,6 +56,44 @@ std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64
                           .next_attempt_at = found.text(3),
                           .last_error = found.text(4)};
   });
+}
+
+std::optional<SyncRow> find_sync_row(sqlite3* db, const std::string& event_id) {
+  Statement row(db,
+                "SELECT event_id, payload, status, attempt_count, last_error, created_at, "
+                "next_attempt_at, sent_at FROM vorn_sync_queue WHERE event_id=?");
+  if (!row.bind(event_id).next_or_raise()) return std::nullopt;
+  return SyncRow{.item = {.event_id = row.text(0),
+                          .payload = row.text(1),
+                          .status = row.text(2),
+                          .attempt_count = row.integer(3),
+                          .last_error = row.text(4),
+                          .created_at = row.text(5)},
+                 .next_attempt_at = row.text(6),
+                 .sent_at = row.text(7)};
+}
+
+std::vector<ErrorCount> count_sync_errors(sqlite3* db, int limit) {
+  Statement errors(db,
+                   "SELECT substr(last_error, 1, 200), count(*), min(created_at) FROM "
+                   "vorn_sync_queue WHERE status='pending' AND last_error<>'' GROUP BY 1 "
+                   "ORDER BY 2 DESC, 1 LIMIT ?");
+  errors.bind(limit);
+  std::vector<ErrorCount> counts;
+  while (errors.next_or_raise()) {
+    counts.push_back({errors.text(0), errors.integer64(1), errors.text(2)});
+  }
+  return counts;
+}
+
+std::string last_maintenance_at(sqlite3* db) {
+  Statement last(db, "SELECT value FROM agent_state WHERE key=?");
+  return last.bind(std::string(last_maintenance_key)).next_or_raise() ? last.text(0) : "";
+}
+
+std::string last_success_at(sqlite3* db) {
+  Statement last(db, "SELECT max(sent_at) FROM vorn_sync_queue WHERE status='sent'");
+  return last.next_or_raise() ? last.text(0) : "";
 }
 
 std::int64_t count_pending_sync_rows(sqlite3* db) {
@@ -93,10 +141,13 @@ SyncQueueStats sync_queue_stats(sqlite3* db) {
   }
   // The attempts do not: reading the table through is cheaper than finding each row by the index.
   Statement failed(db,
-                   "SELECT count(*) FROM vorn_sync_queue NOT INDEXED WHERE status='pending' AND "
-                   "attempt_count>=?");
+                   "SELECT count(*), sum(attempt_count>=?) FROM vorn_sync_queue NOT INDEXED WHERE "
+                   "status='pending' AND attempt_count>0");
   failed.bind(many_sync_failures);
-  if (failed.next_or_raise()) stats.failed_often = failed.integer64(0);
+  if (failed.next_or_raise()) {
+    stats.failed = failed.integer64(0);
+    stats.failed_often = failed.integer64(1);
+  }
   return stats;
 }
 

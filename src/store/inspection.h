@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "zunol_monitoring/store/check_results.h"
 #include "zunol_monitoring/store/incidents.h"
 #include "zunol_monitoring/store/journal.h"
+#include "zunol_monitoring/store/sync_queue.h"
 
 struct sqlite3;
 
@@ -32,10 +34,42 @@ struct PendingSyncRow {
   std::string last_error;
 };
 
-/// The first `limit` pending rows, oldest first.
-RowIds pending_row_ids(sqlite3* db, int limit);
+/// Which pending rows are meant; the defaults mean all.
+struct PendingFilter {
+  int attempts = 0;   ///< so many failures or more
+  std::string since;  ///< queued at this time or later
+  std::string error;  ///< with this text in the last error
+  std::string type;   ///< events of this type
+};
+
+/// The first `limit` of these rows, oldest first.
+RowIds pending_row_ids(sqlite3* db, const PendingFilter& filter, int limit);
 /// Those of the rows that are still pending, in the order of the ids.
 std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids);
+
+/// One row whole.
+struct SyncRow {
+  VornSyncItem item;
+  std::string next_attempt_at;
+  std::string sent_at;
+};
+std::optional<SyncRow> find_sync_row(sqlite3* db, const std::string& event_id);
+
+/// A reason for which events wait, and how many.
+struct ErrorCount {
+  std::string error;  ///< at most its first 200 characters
+  std::int64_t rows = 0;
+  std::string oldest_at;
+};
+/// Those with most rows first, at most `limit`.
+std::vector<ErrorCount> count_sync_errors(sqlite3* db, int limit);
+
+/// The key of agent_state under which the tool keeps the time of its last maintenance.
+inline constexpr const char* last_maintenance_key = "zunol-monitoring-ctl.last_maintenance_at";
+std::string last_maintenance_at(sqlite3* db);
+
+/// When the last event was delivered, as far as the queue still knows; "" for never.
+std::string last_success_at(sqlite3* db);
 
 /// All incidents, those seen last first.
 RowIds incident_ids(sqlite3* db);
@@ -65,6 +99,7 @@ struct SyncQueueStats {
   std::string next_attempt_at;    ///< the first one of what is not due; empty where all is
   /// Pending rows by age: below each of sync_age_bounds_sec, and the rest.
   std::array<std::int64_t, sync_age_bounds_sec.size() + 1> by_age = {};
+  std::int64_t failed = 0;        ///< rows whose last attempt failed
   std::int64_t failed_often = 0;  ///< rows with many_sync_failures or more
   /// Rows that wait for more than an hour, which the schedule never gives: the clock was put back.
   std::int64_t beyond_schedule = 0;

@@ -63,6 +63,12 @@ StoreView::StoreView(const std::filesystem::path& file)
   open();
 }
 
+StoreView StoreView::of_nothing() {
+  StoreView view;
+  view.nothing_.emplace(":memory:");
+  return view;
+}
+
 void StoreView::open() {
   at_rest_ = !in_use();
   if (at_rest_) {
@@ -80,6 +86,7 @@ void StoreView::reopen(Clock::time_point deadline) {
 }
 
 bool StoreView::holds() const {
+  if (nothing_) return true;
   return at_rest_ ? !in_use() && same_file(before_, status_of(file_)) : in_use();
 }
 

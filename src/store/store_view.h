@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "store/connection.h"
@@ -22,6 +23,8 @@ class StoreView {
   /// Links in the path `file` are followed. Raises StoreError with SQLite's text, and the
   /// file-system library's error when there is no such file.
   explicit StoreView(const std::filesystem::path& file);
+  /// A look at a store that has nothing in it.
+  static StoreView of_nothing();
 
   /// What `read` makes of the connection; it may be called several times. It should be short and
   /// leave no statement open: a writer could else not shorten its -wal file meanwhile. Raises what
@@ -32,7 +35,7 @@ class StoreView {
     for (const auto deadline = Clock::now() + std::chrono::milliseconds(busy_timeout_ms);;
          reopen(deadline)) {
       try {
-        auto answer = read(db_.get());
+        auto answer = read(nothing_ ? StoreConnection::of(*nothing_) : db_.get());
         if (holds()) return answer;
       } catch (const StoreError&) {
         if (holds()) throw;
@@ -43,11 +46,14 @@ class StoreView {
  private:
   using Clock = std::chrono::steady_clock;
 
+  StoreView() = default;
+
   void open();
   void reopen(Clock::time_point deadline);
   bool holds() const;
   bool in_use() const;
 
+  std::optional<SqliteStore> nothing_;
   std::string file_;
   Connection db_;
   bool at_rest_ = false;

@@ -100,6 +100,15 @@ int make_rows_due(SqliteStore& store, int limit, bool all) {
   return sqlite3_changes(db);
 }
 
+bool make_event_due(SqliteStore& store, const std::string& event_id) {
+  sqlite3* db = StoreConnection::of(store);
+  Statement(db,
+            "UPDATE vorn_sync_queue SET next_attempt_at='' WHERE status='pending' AND event_id=?")
+      .bind(event_id)
+      .run();
+  return sqlite3_changes(db) > 0;
+}
+
 std::int64_t count_gathered_rows(SqliteStore& store) {
   Statement count(StoreConnection::of(store),
                   "SELECT count(*) FROM vorn_sync_queue WHERE status='pending' AND "

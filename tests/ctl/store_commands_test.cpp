@@ -39,11 +39,15 @@ class CtlStore : public testing::Test {
 
 }  // namespace
 
-TEST_F(CtlStore, NothingIsMadeWhereThereIsNoStore) {
-  for (const char* words : {"queue list", "queue stats", "queue flush", "store status",
-                            "store maintain", "incidents", "journal", "results"}) {
-    expect_one_error(scene_.run_line(std::string("\"$ctl\" ") + words), 1,
-                     "no store at " + db_.string());
+TEST_F(CtlStore, NoStoreIsAnEmptyOneAndNoneIsMade) {
+  for (const char* words :
+       {"queue list", "queue stats", "queue flush", "queue check", "store status", "store maintain",
+        "incidents", "journal", "results", "metrics"}) {
+    const ProcessResult result = scene_.run_line(std::string("\"$ctl\" ") + words);
+    EXPECT_EQ(result.status, 0) << words;
+    EXPECT_EQ(result.err, "zunol-monitoring-ctl: no store at " + db_.string() + " yet\n") << words;
+    EXPECT_NE(result.out, "") << words;
+    EXPECT_EQ(scene_.run_line(std::string("\"$ctl\" --json ") + words).err, "") << words;
   }
   EXPECT_FALSE(fs::exists(db_.parent_path()));
   scene_.write("state/agent.db", std::string(5000, 'x'));

@@ -1,0 +1,43 @@
+#include "ctl/sqlite_ledger.h"
+
+#include <sstream>
+
+#include "store/statement.h"
+#include "store/store_view.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+std::string without_quotes(const std::string& word) {
+  const bool quoted = word.size() > 1 && (word.front() == '\'' || word.front() == '"') &&
+                      word.back() == word.front();
+  return quoted ? word.substr(1, word.size() - 2) : word;
+}
+
+}  // namespace
+
+std::optional<std::filesystem::path> ledger_of(const std::string& bridge_command) {
+  std::istringstream words(bridge_command);
+  for (std::string word; words >> word;) {
+    std::string ledger;
+    if (without_quotes(word).ends_with("sqlite-ledger") && words >> ledger) {
+      return without_quotes(ledger);
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<LedgerRow> find_in_ledger(const std::filesystem::path& ledger,
+                                        const std::string& block, const std::string& event_id) {
+  if (!std::filesystem::exists(ledger)) return std::nullopt;
+  return StoreView(ledger).look([&](sqlite3* db) -> std::optional<LedgerRow> {
+    Statement row(db,
+                  "SELECT sequence, event, appended_at FROM ledger WHERE history_block_id=? AND "
+                  "event_id=?");
+    if (!row.bind(block, event_id).next_or_raise()) return std::nullopt;
+    return LedgerRow{
+        .sequence = row.integer64(0), .event = row.text(1), .appended_at = row.text(2)};
+  });
+}
+
+}  // namespace zunol_monitoring::ctl
