@@ -3,15 +3,15 @@
 #include <optional>
 #include <stdexcept>
 
+#include "ctl/event_intake.h"
+#include "ctl/event_stream.h"
 #include "ctl/input.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
 #include "ctl/tool.h"
-#include "events/event_draft.h"
 #include "events/parse_envelope.h"
 #include "zunol_monitoring/events/event_envelope.h"
-#include "zunol_monitoring/history/queueing_history_writer.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -26,71 +26,37 @@ struct SendArguments {
   std::optional<std::string> data_file;
 };
 
-/// An event has some dozens; each takes up to a hundred bytes of memory.
-constexpr std::size_t most_values = 1'000'000;
-
-/// With a longer one no file system takes the name of the event's marker.
-constexpr std::size_t longest_id_bytes = 252;
-
-/// How many values a JSON text has at most, told by its punctuation without building them.
-std::size_t count_values(const std::string& text) {
-  std::size_t count = 1;
-  bool in_string = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '"') in_string = !in_string;
-    if (in_string && text[i] == '\\') ++i;
-    if (!in_string && (text[i] == ',' || text[i] == '[' || text[i] == '{')) ++count;
-  }
-  return count;
-}
-
-json read_data(const SendArguments& arguments) {
-  if (!arguments.data && !arguments.data_file) return json::object();
-  const std::string text =
-      arguments.data ? *arguments.data : read_input(*arguments.data_file, largest_event_bytes);
-  if (count_values(text) > most_values) {
-    throw std::runtime_error("the data has more than " + std::to_string(most_values) + " values");
-  }
-  try {
-    return json::parse(text);
-  } catch (const json::parse_error& error) {
-    throw std::runtime_error("the data is no JSON: " + std::string(error.what()));
-  }
-}
-
-/// The data with level and id in it, where the event takes them from.
 json read_event_data(const SendArguments& arguments) {
-  json data = read_data(arguments);
-  if (!arguments.level && !arguments.id) return data;
-  if (!data.is_object()) data = json{{"value", std::move(data)}};
-  if (arguments.level) data["level"] = *arguments.level;
-  if (arguments.id) data["event_id"] = *arguments.id;
-  return data;
+  json data = json::object();
+  if (arguments.data) data = parse_data(*arguments.data);
+  if (arguments.data_file) data = parse_data(read_input(*arguments.data_file, largest_event_bytes));
+  return event_data(std::move(data), arguments.level, arguments.id);
+}
+
+void tell_dropped_keys(const json& data) {
+  for (const std::string& key : dropped_keys(data)) {
+    print_error("the key " + key + " of the data is dropped: the event has it from elsewhere");
+  }
 }
 
 int send(const Tool& tool, const SendArguments& arguments) {
   const Config config = read_config(tool.config);
   if (!config.vorn.enabled) throw std::runtime_error("vorn.enabled=false: nothing is queued");
   const json data = read_event_data(arguments);
-  // Judged first, as a refused event makes no store.
-  const EventDraft draft(config, arguments.type, data);
-  if (const auto reason = draft.fault()) throw std::runtime_error("invalid event: " + *reason);
-  if (draft.event_id().size() > longest_id_bytes) {
-    throw std::runtime_error("the id is longer than " + std::to_string(longest_id_bytes) +
-                             " bytes, and no marker could have its name");
-  }
+  require_good_event(config, arguments.type, data);  // first, as a refused event makes no store
+  tell_dropped_keys(data);
   SqliteStore store = open_or_make(config);
-  const std::string id =
-      QueueingVornHistoryWriter(config, store).try_enqueue(arguments.type, data).event_id;
+  const QueuedEvent event = queue_event(config, store, arguments.type, data);
   if (tool.json) {
-    print_json({{"event_id", id}});
+    print_json({{"event_id", event.event_id}, {"queued", event.queued}});
   } else {
-    print(printable(id) + '\n');
+    print(printable(event.event_id) + '\n');
+    if (!event.queued) print_error("an event of this id is queued already, and stays as it is");
   }
   try {
     finish_output();
   } catch (const std::exception& error) {
-    throw std::runtime_error("the event " + id + " is queued, but " + error.what());
+    throw std::runtime_error("the event " + event.event_id + " is queued, but " + error.what());
   }
   return done;
 }
@@ -134,7 +100,10 @@ void add_event_commands(CLI::App& app, Tool& tool) {
              {.required = true});
   add_option(send_command, "--level", arguments->level, "info (the default), warning or critical");
   add_option(send_command, "--id", arguments->id, "The event's id, by default a new one");
-  add_option(send_command, "--data", arguments->data, "The data of the event", {.word = "JSON"});
+  add_option(send_command, "--data", arguments->data,
+             "The data of the event; level, event_id and created_at in it are the event's own, and "
+             "schema, agent_id, project_id, server_name and type are dropped",
+             {.word = "JSON"});
   add_option(send_command, "--data-file", arguments->data_file,
              "The same from a file, or - for stdin", {.word = "FILE", .excluded = "--data"});
 
@@ -145,6 +114,7 @@ void add_event_commands(CLI::App& app, Tool& tool) {
   add_option(check_command, "FILE", *file, "The file with the event, or - for stdin",
              {.required = true});
 
+  add_stream_command(group, tool);
   add_command(tool, group, "types", "List the types that an event may have",
               [&tool] { return list_types(tool); });
 }

@@ -144,3 +144,74 @@ TEST_F(CtlQueue, MetricsAreWrittenWholeForEverybody) {
   }
   EXPECT_EQ(text.find("last_success"), std::string::npos);
 }
+
+TEST(EventStream, AnswersEachLineOnceItsEventIsOnTheDisk) {
+  const CtlScene scene;
+  scene.configure();
+  std::string input;
+  std::vector<json> answers;
+  const struct {
+    const char* line;
+    json answer;
+  } rows[] = {
+      {R"({"type": "test_event", "id": "a", "data": {"x": 1}})",
+       {{"event_id", "a"}, {"queued", true}}},
+      {R"({"type": "test_event", "id": "a"})", {{"event_id", "a"}, {"queued", false}}},
+      {R"({"type": "nonsense"})", {{"error", "invalid event: unknown event type: nonsense"}}},
+      {R"({"level": "info"})",
+       {{"error", "invalid event: field must be a non-empty string: type"}}},
+      {R"({"type": 5})", {{"error", "type is no text"}}},
+      {R"([1])", {{"error", "the line is no JSON object"}}},
+      {R"({"type": "test_event", "id": "b", "level": "critical", "data": 7})",
+       {{"event_id", "b"}, {"queued", true}}},
+  };
+  for (const auto& row : rows) {
+    input += std::string(row.line) + '\n';
+    answers.push_back(row.answer);
+  }
+  input += "no JSON\n" + std::string(17000000, 'x') + "\n{\"type\": \"test_event\", \"id\": \"c\"}";
+  scene.write("in", input);
+  const ProcessResult result = scene.run_line("\"$ctl\" event stream <\"${dir}in\"");
+  EXPECT_EQ(result.status, 1);
+  std::istringstream lines(result.out);
+  std::vector<json> given;
+  for (std::string line; std::getline(lines, line);) given.push_back(json::parse(line));
+  ASSERT_EQ(given.size(), 10U);
+  EXPECT_TRUE(given[7]["error"].get<std::string>().starts_with("the data is no JSON: "));
+  EXPECT_EQ(given[8], (json{{"error", "the line is larger than 16 MiB"}}));
+  EXPECT_EQ(given[9], (json{{"event_id", "c"}, {"queued", true}}));
+  given.resize(7);
+  EXPECT_EQ(given, answers);
+  EXPECT_EQ(sql(scene.dir / "state/agent.db",
+                "SELECT group_concat(event_id), group_concat(json_extract(payload, '$.payload')) "
+                "FROM (SELECT * FROM vorn_sync_queue ORDER BY rowid)"),
+            "a,b,c|{\"x\":1},{\"value\":7},{}\n");
+  // The sender of a line may wait for its answer before it sends the next one.
+  EXPECT_EQ(
+      scene
+          .run_line(
+              "mkfifo \"${dir}out\"; (printf '{\"type\": \"test_event\", \"id\": \"d\"}\\n{}'; "
+              "read -r answer <\"${dir}out\"; echo \"$answer\" >\"${dir}answer\") | "
+              "\"$ctl\" event stream >\"${dir}out\"; cat \"${dir}answer\"")
+          .out,
+      "{\"event_id\":\"d\",\"queued\":true}\n");
+}
+
+TEST(EventSend, TellsWhatItDoesNotQueueOrTake) {
+  const CtlScene scene;
+  scene.configure();
+  EXPECT_EQ(scene.run({"event", "send", "test_event", "--id", "a"}).err, "");
+  const ProcessResult again = scene.run({"event", "send", "test_event", "--id", "a"});
+  EXPECT_EQ(again.status, 0);
+  EXPECT_EQ(again.out, "a\n");
+  EXPECT_NE(again.err.find("an event of this id is queued already"), std::string::npos);
+  EXPECT_EQ(scene.run({"event", "send", "test_event", "--id", "a", "--json"}).out,
+            "{\"event_id\":\"a\",\"queued\":false}\n");
+  EXPECT_NE(scene.run({"event", "send", "test_event", "--data", R"({"server_name": "x"})"})
+                .err.find("the key server_name of the data is dropped"),
+            std::string::npos);
+  for (const char* id : {"a/b", "a b", "\xc3\xa9"}) {
+    expect_one_error(scene.run({"event", "send", "test_event", "--id", id}), 1,
+                     "would share its marker with other ids");
+  }
+}
