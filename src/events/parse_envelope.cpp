@@ -3,10 +3,14 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "events/shorten_strings.h"
+
 namespace zunol_monitoring {
 namespace {
 
 using nlohmann::json;
+
+constexpr std::size_t small_size = 65536;  // of a text that is parsed in next to no time
 
 /// Takes what the parser finds and keeps the document itself and its direct members.
 class EnvelopeBuilder {
@@ -57,12 +61,23 @@ class EnvelopeBuilder {
   json* member_ = nullptr;  ///< the one whose key came last
 };
 
-}  // namespace
-
-json parse_envelope(std::string_view text) {
+json parse(std::string_view text) {
   EnvelopeBuilder builder;
   json::sax_parse(text.data(), text.data() + text.size(), &builder);
   return std::move(builder.document);
+}
+
+}  // namespace
+
+json parse_envelope(std::string_view text) {
+  if (text.size() > small_size) {
+    try {
+      if (const auto shortened = shorten_strings(text, small_size)) return parse(*shortened);
+    } catch (const json::exception&) {
+      // The whole text tells the fault.
+    }
+  }
+  return parse(text);
 }
 
 }  // namespace zunol_monitoring

@@ -4,10 +4,27 @@
 
 #include <nlohmann/json.hpp>
 
+#include "events/shorten_strings.h"
 #include "tests/support.h"
 
 using namespace zunol_monitoring;
 using nlohmann::json;
+
+namespace {
+
+/// `text` with 1000 letters for each "@".
+std::string spread(std::string_view text) {
+  std::string spread;
+  for (const char c : text) spread.append(c == '@' ? 1000 : 1, c == '@' ? 'x' : c);
+  return spread;
+}
+
+/// An event whose long string is shortened, with these members behind it.
+std::string long_event(std::string_view members) {
+  return R"({"long":{"text":")" + std::string(200000, 'x') + "\"}," + spread(members) + '}';
+}
+
+}  // namespace
 
 TEST(ParseEnvelope, KeepsTheTopLevelAndEmptiesWhatIsBelow) {
   const struct {
@@ -45,4 +62,48 @@ TEST(ParseEnvelope, RefusesWhatTheLibraryRefusesInItsWords) {
 TEST(ParseEnvelope, DepthCostsNoStack) {
   const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
   EXPECT_EQ(parse_envelope("{\"payload\":{\"a\":" + deep + "}}"), json::parse(R"({"payload":{}})"));
+}
+
+TEST(ParseEnvelope, TakesLongStringsAsTheyWere) {
+  const struct {
+    const char* members;
+    const char* envelope;
+  } rows[] = {
+      {R"("a":"@","@":1)", R"({"long":{},"a":"@","@":1})"},
+      {R"("@b":1,"@c":2,"@b":"@")", R"({"long":{},"@b":"@","@c":2})"},
+      {R"("a":{"@":"@","k":["@\"}]@",{"@\\":"@\u00e9@"}]},"b":"@")",
+       R"({"long":{},"a":{},"b":"@"})"},
+      {R"("a":{"k":"\"[{"},"b":{"k":"\"[{"},"c":"@")", R"({"long":{},"a":{},"b":{},"c":"@"})"},
+      {"\"a\":[\"@\u00fc@\u00fc\x7f\",\"\\ud83d\\ude00@\"],\"b\":\"@\"",
+       R"({"long":{},"a":[],"b":"@"})"},
+  };
+  for (const auto& row : rows) {
+    const std::string text = long_event(row.members);
+    ASSERT_LT(shorten_strings(text, 65536).value_or(text).size(), 10000U) << row.members;
+    EXPECT_EQ(parse_envelope(text), json::parse(spread(row.envelope))) << row.members;
+  }
+  const std::string text = long_event(R"("a":1)");
+  EXPECT_EQ(parse_envelope(text + std::string("\0}", 2)), parse_envelope(text));
+}
+
+TEST(ParseEnvelope, RefusesWhatIsWrongAroundLongStringsInTheLibrarysWords) {
+  for (const std::string members :
+       {R"("a":{"b":"\u12@"})", R"("a":{"b":"\ud800@\udc00"})", R"("a":{"b":"\x@"})",
+        R"("a":{"b":"@)", R"("a":{"b":"@\")", R"("a":{"b":"@"x})", R"("a":{"b":@})",
+        R"("a":{"b":"@",})", R"("a":["@",1e999])", R"("a":["@"]])", "\"a\":{\"b\":\"@\n\"}",
+        "\"a\":{\"b\":\"@\xc3@\xa9\"}", "\"a\":[\"\xf0\x9f@\x98\x80\"]", "]"}) {
+    for (const std::string& text : {long_event(members), long_event(members) + '\0'}) {
+      const auto expected = error_of([&] { const json value = json::parse(text); });
+      ASSERT_TRUE(expected.has_value()) << members;
+      EXPECT_EQ(error_of([&] { parse_envelope(text); }), expected) << members;
+    }
+  }
+}
+
+TEST(ParseEnvelope, LeavesATextWholeWhereShorteningGainsLittle) {
+  const std::string rows = std::string(100000, '[') + long_event("\"a\":1");
+  for (const std::string& text : {rows, "{\"a\":\"" + std::string(100000, 'x') + "\"}",
+                                  "{\"a\":[\"" + std::string(200000, '\x7f') + "\"]}"}) {
+    EXPECT_EQ(shorten_strings(text, 65536), std::nullopt) << text.substr(0, 20);
+  }
 }
