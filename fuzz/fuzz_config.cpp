@@ -1,21 +1,11 @@
 // Any file ends in a configuration or in an exception with a message; and a configuration that was
 // rendered once renders to the same bytes after a load.
-//
-//   cmake --preset fuzz && cmake --build --preset fuzz
-//   mkdir -p corpus && cp tests/config/default.yaml corpus && build-fuzz/bin/fuzz-config corpus
-#include <unistd.h>
-
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
-#include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
-#include "zunol_monitoring/base/files.h"
-#include "zunol_monitoring/config/load.h"
+#include "config/parse_config.h"
+#include "fuzz.h"
 #include "zunol_monitoring/config/render.h"
 #include "zunol_monitoring/config/validate.h"
 
@@ -23,24 +13,18 @@ using namespace zunol_monitoring;
 
 namespace {
 
-Config load(std::string_view yaml) {
-  static const std::string path = "/dev/shm/fuzz-config." + std::to_string(getpid()) + ".yaml";
-  write_text_file(path, yaml);
-  const auto gone = [](const std::string* file) { std::remove(file->c_str()); };
-  const std::unique_ptr<const std::string, decltype(gone)> remove(&path);
-  return load_config(path);
-}
+Config load(const std::string& yaml) { return parse_config(yaml, "fuzz.yaml"); }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::optional<std::string> rendered;
   try {
-    const Config config = load({reinterpret_cast<const char*>(data), size});
+    const Config config = load(text_of(data, size));
     validate_config(config);
     rendered = render_text(config);
   } catch (const std::exception& error) {
-    if (std::string(error.what()).empty()) std::abort();
+    require(!std::string_view(error.what()).empty());
   }
   // What was rendered must load; outside the handler, so that a failure is found. Only doubles that
   // are no numbers render as what is none in YAML.
@@ -49,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   };
   if (rendered && !has(": inf") && !has(": -inf") && !has(": nan") && !has(": -nan")) {
     const std::string again = render_text(load(*rendered));
-    if (render_text(load(again)) != again) std::abort();
+    require(render_text(load(again)) == again);
   }
   return 0;
 }
