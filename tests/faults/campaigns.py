@@ -1,0 +1,425 @@
+"""The campaigns: each tells the labels of its faults for a scenario, and tries one of them on a host
+of its own. A trial returns what was lost, nothing if all promises held."""
+import contextlib
+import ctypes
+import errno
+import os
+import pathlib
+import random
+import shutil
+import signal
+import sqlite3
+import subprocess
+import threading
+import time
+
+import power_loss
+import tracer
+from scenarios import FULL_DISK, SCENARIOS, make_template
+from world import World
+
+LOOKS = [("queue list",), ("queue stats",), ("store status",), ("incidents",), ("results",)]
+
+
+class Bench:
+    """Where the trials stand, and what they share."""
+
+    def __init__(self, directory, programs, seed, full):
+        self.directory, self.programs = pathlib.Path(directory), programs
+        self.seed, self.full, self.shared = seed, full, {}
+
+    def template(self, name):
+        if name not in self.shared:
+            self.shared[name] = make_template(name, self.directory / "templates", self.programs)
+        return self.shared[name]
+
+    @contextlib.contextmanager
+    def place(self):
+        """A directory that is gone afterwards, and does not exist yet."""
+        root = self.directory / f"trial-{os.getpid()}"
+        try:
+            yield root
+        finally:
+            shutil.rmtree(root, ignore_errors=True)
+
+    @contextlib.contextmanager
+    def host(self, name):
+        with self.place() as root:
+            yield self.template(name).clone(root)
+
+    def random(self, label):
+        return random.Random(f"{self.seed}/{label}")
+
+
+def traced(world, steps, at_call=None, after_call=None, limit=60, answered=lambda step: None):
+    """Runs the steps under the tracer, their calls counted through: the faults of those that ended,
+    the number of calls, and whether all of them ended with 0."""
+    faults, calls, good = [], 0, True
+    for step in steps:
+        def here(call, before=calls):
+            call.number += before
+            if at_call:
+                at_call(call)
+        world.begin(step)
+        command, environment = world.command(step)
+        output = world.root.parent / (world.root.name + ".out")
+        result = tracer.run(command, environment, output, here, after_call, limit=limit)
+        calls += result.calls
+        if result.hung:
+            faults.append(f"{step[0]} hangs")
+        # A helper in a pipeline whose reader is gone ends so by design.
+        ends = [each for each in result.signalled if each != signal.SIGPIPE]
+        if ends or (result.status or 0) < 0:
+            faults.append(f"{step[0]}: a process ends by signal {ends}")
+        if result.killed:
+            return faults, calls, False
+        faults += world.end(step, result.status)
+        good = good and result.status == 0
+        if result.status == 0:
+            answered(step)
+    return faults, calls, good
+
+
+def aftermath(world, name):
+    return world.standing_faults() + world.recovery_faults(SCENARIOS[name].recovery)
+
+
+def count_calls(bench, name, at_call=None):
+    """The calls of an undisturbed run, which must be a good one."""
+    with bench.host(name) as world:
+        faults, calls, good = traced(world, SCENARIOS[name].steps, at_call)
+        faults += aftermath(world, name)
+        if faults or not good:
+            raise RuntimeError(f"{name} fails without any fault: {faults}")
+        return calls
+
+
+# ---- kill: all processes at a call
+
+def kill_labels(bench, name):
+    return [str(number) for number in range(count_calls(bench, name))]
+
+
+def kill_trial(bench, name, label):
+    def at_call(call):
+        if call.number == int(label):
+            what.append(call.name)
+            raise tracer.Kill
+    what = []
+    with bench.host(name) as world:
+        faults = traced(world, SCENARIOS[name].steps, at_call)[0] + aftermath(world, name)
+        return [f"killed at {what}: {fault}" for fault in faults]
+
+
+# ---- fail: one call, or all of its kind from then on
+
+WRITES = ("write", "pwrite64", "writev", "pwritev")
+FAILS = {
+    "write": (WRITES, ("ENOSPC", "EIO", "EINTR")),
+    "sync": (("fsync", "fdatasync", "syncfs"), ("EIO", "ENOSPC")),
+    "rename": (("rename", "renameat", "renameat2"), ("EIO", "EACCES")),
+    "open": (("open", "openat", "creat"), ("EMFILE", "EACCES", "ENOSPC")),
+    "mkdir": (("mkdir", "mkdirat"), ("ENOSPC", "EACCES")),
+    "chmod": (("chmod", "fchmod", "fchmodat"), ("EIO", "EACCES")),
+    "truncate": (("ftruncate",), ("EIO",)),
+    "unlink": (("unlink", "unlinkat"), ("EIO", "EACCES")),
+    "fork": (("fork", "vfork", "clone", "clone3"), ("EAGAIN",)),
+}
+
+
+def kind_of(call):
+    """The kind of a call that is made to fail; the reads of the dynamic loader are none."""
+    for kind, (names, _) in FAILS.items():
+        if call.name in names:
+            path = call.path() if kind == "open" else None
+            return None if path and (".so" in path or path.startswith("/etc/ld")) else kind
+    return None
+
+
+def fail_labels(bench, name):
+    kinds = {}
+
+    def at_call(call):
+        kind = kind_of(call)
+        kinds[kind] = kinds.get(kind, 0) + 1
+    count_calls(bench, name, at_call)
+    labels = []
+    for kind, (_, reasons) in FAILS.items():
+        for reason in reasons:
+            # A system interrupts a call, not every call.
+            for extent in ("once",) if reason == "EINTR" else ("once", "on"):
+                labels += [f"{kind}:{number}:{reason}:{extent}" for number in range(kinds.get(kind, 0))]
+    return labels
+
+
+def fail_trial(bench, name, label):
+    kind, first, reason, extent = label.split(":")
+    what, seen = [], [0]
+
+    def at_call(call):
+        if kind_of(call) != kind:
+            return
+        if seen[0] == int(first) or (extent == "on" and seen[0] > int(first)):
+            call.fail_with = getattr(errno, reason)
+            what.append(f"{call.name} (call {call.number})")
+        seen[0] += 1
+    with bench.host(name) as world:
+        faults = traced(world, SCENARIOS[name].steps, at_call)[0] + aftermath(world, name)
+        return [f"{what[:1]} fails: {fault}" for fault in faults]
+
+
+# ---- full: a small disk under a part of the host
+
+_libc = ctypes.CDLL(None, use_errno=True)
+_NEWNS, _REMOUNT, _REC_PRIVATE = 0x20000, 32, 0x4000 | 0x40000
+
+
+def mount(path, pages, flags=0):
+    if _libc.mount(b"tmpfs", os.fsencode(path), b"tmpfs", flags, b"size=%d" % (pages * 4096)):
+        raise OSError(ctypes.get_errno(), f"cannot mount {path}")
+
+
+def may_mount():
+    """Whether this process can have mounts of its own; it has them from then on."""
+    return (_libc.unshare(_NEWNS) == 0 and
+            _libc.mount(b"none", b"/", None, _REC_PRIVATE, None) == 0)
+
+
+@contextlib.contextmanager
+def small_disk(bench, name):
+    """The host with a part of it on a disk of its own, large as yet."""
+    scenario, part = FULL_DISK[name]
+    template = bench.template(scenario)
+    with bench.place() as root:
+        (root / part).mkdir(parents=True)
+        disk = root / part
+        mount(disk, 100000)
+        try:
+            shutil.copytree(template.root, root, dirs_exist_ok=True)
+            world = World(root, bench.programs, template.transport)
+            world.promised, world.possible = set(template.promised), set(template.possible)
+            world.open_incidents = set(template.open_incidents)
+            world.configure()
+            yield world, disk, scenario
+        finally:
+            _libc.umount2(os.fsencode(disk), 2)
+
+
+def used_pages(disk):
+    figures = os.statvfs(disk)
+    return (figures.f_blocks - figures.f_bfree) * figures.f_frsize // 4096
+
+
+def full_labels(bench, name):
+    """Sizes in pages: from what is used at first to where the work has room."""
+    with small_disk(bench, name) as (world, disk, scenario):
+        before, most = used_pages(disk), [0]
+        traced(world, SCENARIOS[scenario].steps,
+               lambda call: most.append(max(most.pop(), used_pages(disk))))
+        room = most[0] - before + 1
+        return [f"{before + max(0, index * room // 64)}" for index in range(64)]
+
+
+def full_trial(bench, name, label):
+    with small_disk(bench, name) as (world, disk, scenario):
+        mount(disk, max(1, int(label)), _REMOUNT)
+        faults = []
+        for step in SCENARIOS[scenario].steps:
+            command, environment = world.command(step)
+            world.begin(step)
+            done = subprocess.run(command, env=environment, cwd="/", stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=60)
+            if done.returncode < 0:
+                faults.append(f"{step[0]} ends by signal {-done.returncode}")
+            faults += world.end(step, done.returncode)
+        faults += world.standing_faults()
+        mount(disk, 100000, _REMOUNT)
+        return faults + world.recovery_faults(SCENARIOS[scenario].recovery)
+
+
+# ---- power: states that a loss of power may leave
+
+def record(bench, name):
+    """The operations of a good run, with a mark behind each answer."""
+    with bench.host(name) as world:
+        for step in SCENARIOS[name].steps:
+            world.command(step)
+        recorder = power_loss.Recorder(world.root)
+        good = traced(world, SCENARIOS[name].steps, recorder.at_call, recorder.after_call,
+                      answered=lambda step: recorder.log.append(("answer", step)))[2]
+        if not good:
+            raise RuntimeError(f"{name} fails without any fault")
+        return recorder
+
+
+def power_state(bench, name, label):
+    """The state of this label, and the steps that had been answered before."""
+    recorder = bench.shared["log " + name]
+    at_end = len(recorder.log) if int(label) % 4 == 0 else None
+    cut, tree = power_loss.state(recorder, f"{bench.seed}/{name}/{label}", at_end)
+    return [each[1] for each in recorder.log[:cut] if each[0] == "answer"], tree
+
+
+def power_labels(bench, name):
+    """A thousand states that differ, as far as there are so many."""
+    bench.template(name)
+    bench.shared["log " + name] = record(bench, name)
+    labels, known = [], set()
+    wanted = 1000 if bench.full else 300
+    for number in range(4 * wanted):
+        mark = power_loss.digest(*power_state(bench, name, str(number)))
+        if mark not in known:
+            known.add(mark)
+            labels.append(str(number))
+        if len(labels) == wanted:
+            break
+    return labels
+
+
+def power_trial(bench, name, label):
+    answered, tree = power_state(bench, name, label)
+    template = bench.template(name)
+    with bench.place() as root:
+        power_loss.write_tree(tree, root)
+        world = World(root, bench.programs, template.transport)
+        world.open_incidents, world.promised = template.open_incidents, set(template.promised)
+        world.possible = template.possible | {s[1] for s in SCENARIOS[name].steps if len(s) > 1}
+        for step in answered:
+            world.end(step, 0, alone=False)
+        world.configure()
+        return aftermath(world, name)
+
+
+# ---- held: a run stands before each of its calls while others run
+
+def others(round_number):
+    return LOOKS + [("send", f"evt-beside-{round_number}"), ("flush all",), ("maintain",)]
+
+
+def held_labels(bench, name):
+    """For each call that holds, which of the others runs meanwhile: `start:every`."""
+    calls, kinds = count_calls(bench, name), len(others(0))
+    if bench.full:
+        return [f"{start}:1" for start in range(kinds)]
+    return [f"{start}:{max(1, calls // 40)}" for start in range(0, kinds, 4)]
+
+
+def held_trial(bench, name, label):
+    start, every = map(int, label.split(":"))
+    faults, running = [], []
+
+    def beside(step):
+        if step[0] not in ("flush all", "maintain", "send"):
+            found = world.run(step, alone=False)
+            # A store that is being made is none yet.
+            faults.extend(f for f in found if "no store" not in f)
+        else:
+            faults.extend(f for f in world.run(step, alone=False)
+                          if "no store at" not in f)
+
+    def at_call(call):
+        if call.number % every or (running and running[0].is_alive()):
+            return
+        step = others(call.number)[(call.number // every + start) % len(others(0))]
+        running[:] = [threading.Thread(target=beside, args=[step])]
+        running[0].start()
+        running[0].join(0.15)  # it may wait for a lock of the held one
+
+    with bench.host(name) as world:
+        held = []
+        for step in SCENARIOS[name].steps:
+            world.begin(step)
+            command, environment = world.command(step)
+            result = tracer.run(command, environment, world.root.parent / f"{world.root.name}.out",
+                                at_call, limit=600)
+            if result.status != 0:
+                text = (world.root.parent / f"{world.root.name}.out").read_text()[-300:]
+                held.append(f"held {step[0]} ends with {result.status}: {text}")
+            world.end(step, result.status, alone=False)
+        for thread in running:
+            thread.join()
+        return held + faults + aftermath(world, name)
+
+
+# ---- storm: all at once, with random kills
+
+def storm_labels(bench, name):
+    return [f"{number}:{30 if bench.full else 3}" for number in range(2)]
+
+
+def storm_trial(bench, name, label):
+    choice, faults = bench.random(label), []
+    end = time.monotonic() + int(label.split(":")[1])
+
+    def loop(number, steps):
+        chance, count = random.Random(f"{bench.seed}/{label}/{number}"), 0
+        while time.monotonic() < end:
+            count += 1
+            step = chance.choice(steps)
+            if step[0] == "send":
+                step = ("send", f"evt-{number}-{count}")
+            world.begin(step)
+            command, environment = world.command(step)
+            process = subprocess.Popen(command, env=environment, cwd="/", start_new_session=True,
+                                       stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                       stderr=subprocess.STDOUT)
+            timer = None
+            if chance.random() < 0.3:
+                timer = threading.Timer(chance.random() * 0.1, os.killpg,
+                                        [process.pid, signal.SIGKILL])
+                timer.start()
+            output = process.communicate()[0]
+            if timer:
+                timer.cancel()
+                timer.join()
+                with contextlib.suppress(ProcessLookupError):  # what the killed one had started
+                    os.killpg(process.pid, signal.SIGKILL)
+            if process.returncode == 0:
+                world.end(step, 0, alone=False)
+            elif not timer:
+                faults.append(f"{step[0]} ends with {process.returncode}: {output[-300:]}")
+
+    with bench.host(name) as world:
+        senders = [("send",)]
+        threads = [threading.Thread(target=loop, args=each) for each in enumerate(
+            [[("flush all",)], [("flush",)], senders, senders, [("maintain",)], LOOKS, LOOKS])]
+        choice.shuffle(threads)
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        return faults + aftermath(world, name)
+
+
+# ---- clock: times in the store as a clock that was set leaves them
+
+def clock_labels(bench, name):
+    return [f"{created}:{due}" for created in ("1970", "2099") for due in ("", "1970", "2099")]
+
+
+def clock_trial(bench, name, label):
+    created, due = label.split(":")
+    with bench.host(name) as world:
+        with contextlib.closing(sqlite3.connect(world.store)) as db, db:
+            db.execute("UPDATE vorn_sync_queue SET created_at=?, next_attempt_at=?",
+                       [f"{created}-01-01T00:00:00Z", due and f"{due}-01-01T00:00:00Z"])
+        moment = time.time() + (1e9 if created == "2099" else -1e9)
+        os.utime(world.store, (moment, moment))
+        faults = []
+        for look in LOOKS:
+            faults += world.run(look, alone=False)
+        faults += world.run(("flush",), alone=due != "2099") + world.run(("maintain",))
+        return faults + aftermath(world, name)
+
+
+KILLED = list(SCENARIOS)
+CAMPAIGNS = {  # labels, trial, scenarios, trials of the short form for each scenario
+    "kill": (kill_labels, kill_trial, KILLED, 20),
+    "fail": (fail_labels, fail_trial, KILLED, 20),
+    "full": (full_labels, full_trial, list(FULL_DISK), 8),
+    "power": (power_labels, power_trial, [name for name in SCENARIOS if name not in ("repeat",)], 24),
+    "held": (held_labels, held_trial, ["send-new", "send", "flush-spool", "flush-command",
+                                       "maintain", "migrate-flush"], 2),
+    "storm": (storm_labels, storm_trial, ["send", "flush-spool"], 1),
+    "clock": (clock_labels, clock_trial, ["flush-command", "flush-spool"], 6),
+}
