@@ -124,14 +124,14 @@ class Recorder:
 
 
 def _apply(content, change, kept=None):
-    """The content after the change, of which only the bytes in the ranges `kept` were written."""
+    """Makes the change in the content; of a write only the data in the ranges `kept`."""
     if change[0] == "size":
-        return content[:change[2]] + bytes(max(0, change[2] - len(content)))
+        content[:] = content[:change[2]].ljust(change[2], b"\0")
+        return
     for start, end in [(0, len(change[3]))] if kept is None else kept:
         at = change[2] + start
-        content = content + bytes(max(0, at - len(content)))
-        content = content[:at] + change[3][start:end] + content[at + end - start:]
-    return content
+        content.extend(bytes(max(0, at - len(content))))
+        content[at:at + end - start] = change[3][start:end]
 
 
 def _blocks(change, size):
@@ -152,7 +152,12 @@ def state(recorder, seed, cut=None):
     if cut is None:
         cut = choice.randint(0, len(recorder.log))
     names, pending_names = dict(recorder.base_names), []
-    contents, pending_data = dict(recorder.base), {}
+    contents, pending_data = {}, {}
+
+    def content_of(target):
+        if target not in contents:
+            contents[target] = bytearray(recorder.base.get(target, b""))
+        return contents[target]
 
     def settle_names(wanted=lambda name: True):
         for changes in list(pending_names):
@@ -162,7 +167,7 @@ def state(recorder, seed, cut=None):
 
     def settle_data(target):
         for change in pending_data.pop(target, []):
-            contents[target] = _apply(contents.get(target, b""), change)
+            _apply(content_of(target), change)
 
     for operation in recorder.log[:cut]:
         if operation[0] == "names":
@@ -191,23 +196,23 @@ def state(recorder, seed, cut=None):
                 names.update(changes)
     likely, block = choice.choice([0, 1, choice.random()]), choice.choice([512, 4096])
     for target, changes in pending_data.items():
-        content = contents.get(target, b"")
+        content = content_of(target)
         for change in changes:
             if change[0] == "size":
-                content = _apply(content, change) if choice.random() < likely else content
-            else:
-                content = _apply(content, change, [
-                    each for each in _blocks(change, block) if choice.random() < likely])
-                if choice.random() < 0.2:  # the length is there before the data
-                    content += bytes(max(0, change[2] + len(change[3]) - len(content)))
-        contents[target] = content
+                if choice.random() < likely:
+                    _apply(content, change)
+                continue
+            _apply(content, change,
+                   [each for each in _blocks(change, block) if choice.random() < likely])
+            if choice.random() < 0.2:  # the length is there before the data
+                content.extend(bytes(max(0, change[2] + len(change[3]) - len(content))))
 
     tree = {}
     for name, value in sorted(names.items()):
         parent = os.path.dirname(name) or "."
         if value is None or (name != "." and tree.get(parent) != DIRECTORY):
             continue
-        tree[name] = DIRECTORY if value == DIRECTORY else contents.get(value, b"")
+        tree[name] = DIRECTORY if value == DIRECTORY else content_of(value)
     return cut, tree
 
 
@@ -216,7 +221,7 @@ def digest(cut_mark, tree):
     text = hashlib.sha256(repr(cut_mark).encode())
     for name, value in sorted(tree.items()):
         text.update(f"{name}\0{len(value)}\0".encode())
-        text.update(value if isinstance(value, bytes) else b"/")
+        text.update(b"/" if value == DIRECTORY else value)
     return text.digest()
 
 
