@@ -99,7 +99,7 @@ SCENARIOS = {
     "send": Scenario("command", queue_events, SEND),
     "flush-spool": Scenario("spool", queue_events, [("flush",)], FLUSH),
     "flush-command": Scenario("command", queue_events, [("flush",)], FLUSH),
-    "agent": Scenario("command", None, [("agent",)], FLUSH),
+    "agent": Scenario("command", None, [("agent",)]),
     "maintain": Scenario("command", crowded_store, [("maintain",)], [("maintain",)] + FLUSH),
     "migrate-flush": Scenario("spool", old_store, [("flush",)], FLUSH),
     "migrate-send": Scenario("command", old_store, [("send", "evt-8")], FLUSH),
