@@ -293,21 +293,24 @@ def power_trial(bench, name, label):
 
 # ---- held: a run stands before each of its calls while others run
 
-def others(round_number):
-    return LOOKS + [("send", f"evt-beside-{round_number}"), ("flush all",), ("maintain",)]
+CHANGERS = [("flush all",), ("maintain",)]  # what they have done once is done
 
 
 def held_labels(bench, name):
-    """For each call that holds, which of the others runs meanwhile: `start:every`."""
-    calls, kinds = count_calls(bench, name), len(others(0))
-    if bench.full:
-        return [f"{start}:1" for start in range(kinds)]
-    return [f"{start}:{max(1, calls // 40)}" for start in range(0, kinds, 4)]
+    """`other:first:every`: what runs meanwhile, and before which calls: looks and senders before
+    many calls of one run, the others before one call of each run."""
+    calls = count_calls(bench, name)
+    labels = [f"{other[0]}:0:{1 if bench.full else 20}" for other in LOOKS + [("send",)]]
+    for other in CHANGERS:
+        share = 1 if bench.full else calls / 9
+        begin = bench.random(f"{name}/{other}").random() * share
+        labels += [f"{other[0]}:{int(begin + n * share)}:0" for n in range(int(calls / share))]
+    return labels
 
 
 def held_trial(bench, name, label):
-    start, every = map(int, label.split(":"))
-    faults, running = [], []
+    other, first, every = label.split(":")
+    faults, running, calls = [], [], [0]
 
     def beside(step):
         for fault in world.run(step, alone=False):
@@ -317,9 +320,13 @@ def held_trial(bench, name, label):
                 faults.append(fault)
 
     def at_call(call):
-        if call.number % every or (running and running[0].is_alive()):
+        calls[0] += 1
+        beyond = calls[0] - 1 - int(first)
+        if beyond < 0 or (beyond % int(every) if int(every) else beyond):
             return
-        step = others(call.number)[(call.number // every + start) % len(others(0))]
+        if running and running[0].is_alive():
+            return
+        step = (other, f"evt-beside-{calls[0]}") if other == "send" else (other,)
         running[:] = [threading.Thread(target=beside, args=[step])]
         running[0].start()
         running[0].join(0.15)  # it may wait for a lock of the held one
@@ -419,7 +426,7 @@ CAMPAIGNS = {  # labels, trial, scenarios, trials of the short form for each sce
     "full": (full_labels, full_trial, list(FULL_DISK), 8),
     "power": (power_labels, power_trial, [name for name in SCENARIOS if name != "repeat"], 30),
     "held": (held_labels, held_trial, ["send-new", "send", "flush-spool", "flush-command",
-                                       "maintain", "migrate-flush"], 2),
+                                       "maintain", "migrate-flush"], 100),
     "storm": (storm_labels, storm_trial, ["send", "flush-spool"], 1),
     "clock": (clock_labels, clock_trial, ["flush-command", "flush-spool"], 6),
 }
