@@ -5,7 +5,6 @@ status 0 and reads files and databases by itself, always on copies, so that a lo
 """
 import contextlib
 import json
-import os
 import pathlib
 import shutil
 import sqlite3
