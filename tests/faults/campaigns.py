@@ -219,7 +219,7 @@ def full_labels(bench, name):
         traced(world, SCENARIOS[scenario].steps,
                lambda call: most.append(max(most.pop(), used_pages(disk))))
         room = most[0] - before + 1
-        return [f"{before + max(0, index * room // 64)}" for index in range(64)]
+        return list(dict.fromkeys(str(before + index * room // 64) for index in range(64)))
 
 
 def full_trial(bench, name, label):
