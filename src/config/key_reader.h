@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "config/keys/key_text.h"
 #include "config/value_readers.h"
 #include "config/yaml_block.h"
 
@@ -26,18 +27,24 @@ class KeyReader {
 
   bool has(const char* key) const { return block_.has(key); }
 
-  void field(const char* key, bool& value) { value = read_bool(block_, key, value); }
-  void field(const char* key, int& value) { value = read_int(block_, key, value); }
-  void field(const char* key, std::uint64_t& value) { value = read_u64(block_, key, value); }
-  void field(const char* key, double& value) { value = read_double(block_, key, value); }
-  void field(const char* key, std::string& value) { value = read_string(block_, key, value); }
-  void field(const char* key, std::filesystem::path& value) {
+  void field(const char* key, bool& value, Untold = {}) { value = read_bool(block_, key, value); }
+  void field(const char* key, int& value, Untold = {}) { value = read_int(block_, key, value); }
+  void field(const char* key, std::uint64_t& value, Untold = {}) {
+    value = read_u64(block_, key, value);
+  }
+  void field(const char* key, double& value, Untold = {}) {
+    value = read_double(block_, key, value);
+  }
+  void field(const char* key, std::string& value, Untold = {}) {
+    value = read_string(block_, key, value);
+  }
+  void field(const char* key, std::filesystem::path& value, Untold = {}) {
     value = read_string(block_, key, value.string());
   }
-  void duration(const char* key, std::string& value) { field(key, value); }
-  void credential(const char* key, std::string& value) { field(key, value); }
+  void duration(const char* key, std::string& value, Untold = {}) { field(key, value); }
+  void credential(const char* key, std::string& value, Untold = {}) { field(key, value); }
 
-  void alias(const char* key, auto&& value) {
+  void alias(const char* key, auto&& value, Untold = {}) {
     if constexpr (requires { field(key, value); }) {
       field(key, value);
     } else {
@@ -50,18 +57,18 @@ class KeyReader {
       feed(node.as<std::remove_cvref_t<Read>>(), value);
     }
   }
-  void literal(const char* /*key*/, const char* /*text*/) {}
+  void literal(const char* /*key*/, const char* /*text*/, Untold = {}) {}
 
-  void list(const char* key, std::vector<std::string>& texts) {
+  void list(const char* key, std::vector<std::string>& texts, Untold = {}) {
     if (const YAML::Node node = block_.take(key); node.IsDefined()) texts = read_string_list(node);
   }
-  void list_always(const char* key, std::vector<std::string>& texts) {
+  void list_always(const char* key, std::vector<std::string>& texts, Untold = {}) {
     texts.clear();
     list(key, texts);
   }
 
   template <class Record>
-  void kept_records(const char* key, std::vector<Record>& list) {
+  void kept_records(const char* key, std::vector<Record>& list, Untold = {}) {
     const YAML::Node node = block_.take(key);
     if (!node.IsDefined() || !node.IsSequence()) return;
     list.clear();
@@ -72,18 +79,18 @@ class KeyReader {
     }
   }
   template <class Record>
-  void records(const char* key, std::vector<Record>& list) {
+  void records(const char* key, std::vector<Record>& list, Untold = {}) {
     list.clear();
     kept_records(key, list);
   }
   template <class Record>
-  void bare_records(const char* key, std::vector<Record>& list) {
+  void bare_records(const char* key, std::vector<Record>& list, Untold = {}) {
     records(key, list);
   }
 
   /// `keys` is a record or a callable that is handed the reader of the block.
   template <class Keys>
-  void block(const char* key, Keys&& keys) {
+  void block(const char* key, Keys&& keys, Untold = {}) {
     const YAML::Node node = block_.take(key);
     if (!node.IsDefined()) return;
     KeyReader reader(node);
@@ -94,7 +101,7 @@ class KeyReader {
     }
   }
   template <class Record>
-  void flow_block(const char* key, Record& record) {
+  void flow_block(const char* key, Record& record, Untold = {}) {
     block(key, record);
   }
 

@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "config/keys/key_text.h"
 #include "config/yaml_text.h"
 
 namespace zunol_monitoring {
@@ -23,11 +24,11 @@ class FlowRenderer {
 
   explicit FlowRenderer(std::string& out) : out_(out) {}
 
-  void field(const char* key, const auto& value) {
+  void field(const char* key, const auto& value, Untold = {}) {
     out_.append(separator_).append(key).append(": ").append(yaml_value(value));
     separator_ = ", ";
   }
-  void duration(const char* key, const std::string& value) { field(key, value); }
+  void duration(const char* key, const std::string& value, Untold = {}) { field(key, value); }
 
  private:
   std::string& out_;
@@ -43,20 +44,26 @@ class KeyRenderer {
   explicit KeyRenderer(std::string& out, std::size_t indent = 0, bool list_item = false)
       : out_(out), indent_(indent), first_of_item_(list_item) {}
 
-  void field(const char* key, const auto& value) { line(key, " " + yaml_value(value)); }
-  void duration(const char* key, const std::string& value) { field(key, value); }
-  void credential(const char* key, const std::string& value) { field(key, value); }
-  void literal(const char* key, const char* text) { line(key, std::string(" ") + text); }
+  void field(const char* key, const auto& value, Untold = {}) {
+    line(key, " " + yaml_value(value));
+  }
+  void duration(const char* key, const std::string& value, Untold = {}) { field(key, value); }
+  void credential(const char* key, const std::string& value, Untold = {}) { field(key, value); }
+  void literal(const char* key, const char* text, Untold = {}) {
+    line(key, std::string(" ") + text);
+  }
   void alias(const char* /*key*/, const auto&... /*value*/) {}
 
-  void list(const char* key, const std::vector<std::string>& texts) {
+  void list(const char* key, const std::vector<std::string>& texts, Untold = {}) {
     begin(key);
     render_string_list(out_, indent_ + 2, texts);
   }
-  void list_always(const char* key, const std::vector<std::string>& texts) { list(key, texts); }
+  void list_always(const char* key, const std::vector<std::string>& texts, Untold = {}) {
+    list(key, texts);
+  }
 
   template <class Record>
-  void records(const char* key, const std::vector<Record>& list) {
+  void records(const char* key, const std::vector<Record>& list, Untold = {}) {
     if (list.empty()) {
       line(key, " []");
     } else {
@@ -64,7 +71,7 @@ class KeyRenderer {
     }
   }
   template <class Record>
-  void bare_records(const char* key, const std::vector<Record>& list) {
+  void bare_records(const char* key, const std::vector<Record>& list, Untold = {}) {
     line(key, "");
     for (const Record& record : list) {
       KeyRenderer item(out_, indent_ + 4, true);
@@ -72,13 +79,13 @@ class KeyRenderer {
     }
   }
   template <class Record>
-  void kept_records(const char* key, const std::vector<Record>& list) {
+  void kept_records(const char* key, const std::vector<Record>& list, Untold = {}) {
     bare_records(key, list);
   }
 
   /// An empty line stands before each top-level section.
   template <class Keys>
-  void block(const char* key, const Keys& keys) {
+  void block(const char* key, const Keys& keys, Untold = {}) {
     if (indent_ == 0) out_ += '\n';
     line(key, "");
     KeyRenderer inner(out_, indent_ + 2);
@@ -89,7 +96,7 @@ class KeyRenderer {
     }
   }
   template <class Record>
-  void flow_block(const char* key, const Record& record) {
+  void flow_block(const char* key, const Record& record, Untold = {}) {
     begin(key);
     out_ += " {";
     FlowRenderer inner(out_);

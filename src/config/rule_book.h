@@ -32,6 +32,7 @@
 #include <cstddef>
 #include <string>
 
+#include "config/keys/key_text.h"
 #include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring {
@@ -157,11 +158,10 @@ void updates_rules(auto& book, const UpdatesConfig& updates) {
 
 void diagnostics_rules(auto& book, const DiagnosticsConfig& diagnostics) {
   if (const auto enabled = book.when(diagnostics.enabled)) {
-    book.one_of("diagnostics.default_redaction", diagnostics.default_redaction,
-                {"strict", "normal", "off"});
+    book.one_of("diagnostics.default_redaction", diagnostics.default_redaction, redaction_modes);
     book.https_or_empty("diagnostics.public_base_url", diagnostics.public_base_url);
     const DiagnosticsArchiveConfig& archive = diagnostics.archive;
-    book.one_of("diagnostics.archive.format", archive.format, {"tar.zst", "tar.gz"});
+    book.one_of("diagnostics.archive.format", archive.format, archive_formats);
     book.between("diagnostics.archive.max_part_mb", archive.max_part_mb, 1, 2000);
     book.between("diagnostics.archive.max_parts_auto_send", archive.max_parts_auto_send, 1, 50);
     const DiagnosticsDiskConfig& disk = diagnostics.disk;

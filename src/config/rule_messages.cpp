@@ -10,7 +10,7 @@ std::string rule_message(const char* name, const std::string& claim, const char*
 
 std::string one_of_claim(Words words) {
   std::string claim = "must be ";
-  for (const std::string_view& word : words) {
+  for (const char* const& word : words) {
     if (&word != words.begin()) claim += &word + 1 == words.end() ? " or " : ", ";
     claim += word;
   }

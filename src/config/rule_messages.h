@@ -2,13 +2,11 @@
 // name of the key, a claim about it, and sometimes a reason.
 #pragma once
 
-#include <initializer_list>
 #include <string>
-#include <string_view>
+
+#include "config/keys/key_text.h"
 
 namespace zunol_monitoring {
-
-using Words = std::initializer_list<std::string_view>;
 
 /// The three with a blank between them; none behind the claim where the reason is empty.
 std::string rule_message(const char* name, const std::string& claim, const char* reason);

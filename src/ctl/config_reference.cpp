@@ -47,6 +47,8 @@ const char* type_of(const ConfigKey& key) {
       return key.emptied_with_block ? "list of texts *" : "list of texts";
     case KeyKind::records:
       return key.emptied_with_block ? "list of blocks *" : "list of blocks";
+    case KeyKind::block:
+      return "block";
     default:
       return "not read";
   }
@@ -69,10 +71,11 @@ class Reference {
   std::string text() const {
     std::string text = introduction;
     for (const ConfigKey& section : index_.keys()) {
-      text += "\n## " + section.name +
-              "\n\n| Key | Type | Default | Rule | Variable |\n|---|---|---|---|---|\n";
+      text += "\n## " + section.name + "\n\n" +
+              (section.kind == KeyKind::block ? section.meaning + ".\n\n" : "") +
+              "| Key | Meaning | Type | Default | Rule | Variable |\n|---|---|---|---|---|---|\n";
       for_each_key({section}, [&](const ConfigKey& key) {
-        if (key.kind != KeyKind::block) text += row(key);
+        if (key.kind != KeyKind::block || key.path != section.path) text += row(key);
       });
       text += relations(section);
     }
@@ -85,11 +88,13 @@ class Reference {
     if (key.credential) notes.emplace_back("a credential");
     if (key.path != key.home) {
       const bool wins = index_.at(key.place).keys.back()->path == key.path;
-      notes.push_back("another key for " + code(key.home) + (wins ? ", and wins" : ", which wins"));
+      notes.push_back((wins ? "beats " : "beaten by ") + code(key.home));
     } else if (key.place != no_place) {
       const ConfigKey& last = *index_.at(key.place).keys.back();
       if (last.path != key.path) notes.push_back(code(last.path) + " wins");
     }
+    if (!key.words.empty())
+      notes.push_back("one of " + joined(key.words, ", ", " and ") + "; others are warned of");
     if (key.also != no_place)
       notes.push_back("also " + code(index_.at(key.also).home->path) + ", where that is absent");
     for (const KeyRule& rule : rules_) {
@@ -97,7 +102,7 @@ class Reference {
       notes.push_back(rule.claim + gates(rule));
     }
     const std::string& variable = index_.at(key.place).variable;
-    return "| " + code(key.path) + " | " + type_of(key) + " | " +
+    return "| " + code(key.path) + " | " + key.meaning + " | " + type_of(key) + " | " +
            code(key.converted ? "" : key.value) + " | " + joined(notes, "; ", "; ") + " | " +
            code(variable) + " |\n";
   }

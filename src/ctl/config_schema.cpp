@@ -177,12 +177,15 @@ class SchemaBuilder {
  private:
   json block_schema(const std::vector<ConfigKey>& keys) const {
     json properties = json::object();
-    for (const ConfigKey& key : keys) properties[key.name] = key_schema(key);
+    for (const ConfigKey& key : keys) {
+      json& schema = properties[key.name] = key_schema(key);
+      schema["description"] = describe(key);
+    }
     return {{"type", block_type}, {"properties", properties}};
   }
 
   json key_schema(const ConfigKey& key) const {
-    if (key.kind == KeyKind::unread) return {{"description", "Not read."}};
+    if (key.kind == KeyKind::unread) return json::object();
     if (key.kind == KeyKind::block) return block_schema(key.children);
     json schema;
     if (key.kind == KeyKind::records) {
@@ -191,8 +194,7 @@ class SchemaBuilder {
       schema["$ref"] = std::string("#/$defs/") + definition_of(key.kind);
     }
     if (!key.converted) schema["default"] = json::parse(key.value);
-    const std::string description = describe(key);
-    if (!description.empty()) schema["description"] = description;
+    if (!key.words.empty()) schema["examples"] = key.words;
     for (const KeyRule& rule : rules_) {  // words to complete, whether the gate is open or not
       if (rule.kind == Kind::one_of && rule.place == key.place) schema["examples"] = rule.words;
     }
@@ -205,8 +207,9 @@ class SchemaBuilder {
       if (!text.empty()) text += ' ';
       text += words + '.';
     };
+    sentence(key.meaning);
+    if (key.kind == KeyKind::unread) sentence("Not read");
     if (key.kind == KeyKind::duration) sentence("A duration, such as 90, 30s, 5m, 6h or 7d");
-    if (key.path != key.home) sentence("Another key for " + key.home);
     if (key.place == no_place) return text;
     for (const KeyRule& rule : rules_) {
       if (rule.kind != Kind::relation && rule.place == key.place)

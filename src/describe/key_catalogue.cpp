@@ -75,26 +75,32 @@ class CatalogueBuilder {
   CatalogueBuilder(Walk walk, Block block, std::vector<ConfigKey>& keys)
       : walk_(walk), block_(std::move(block)), keys_(keys) {}
 
-  void field(const char* key, const auto& value) { leaf(key, kind_of(value), value); }
-  void duration(const char* key, const std::string& value) { leaf(key, KeyKind::duration, value); }
-  void credential(const char* key, const std::string& value) {
-    leaf(key, KeyKind::text, value).credential = true;
+  void field(const char* key, const auto& value, const KeyText& text = {}) {
+    leaf(key, kind_of(value), value, text);
   }
-  void literal(const char* key, const char* /*text*/) { add(key, KeyKind::unread); }
+  void duration(const char* key, const std::string& value, const KeyText& text = {}) {
+    leaf(key, KeyKind::duration, value, text);
+  }
+  void credential(const char* key, const std::string& value, const KeyText& text = {}) {
+    leaf(key, KeyKind::text, value, text).credential = true;
+  }
+  void literal(const char* key, const char* /*value*/, const KeyText& text = {}) {
+    add(key, KeyKind::unread, text);
+  }
 
-  void alias(const char* key, const auto& value) {
+  void alias(const char* key, const auto& value, const KeyText& text = {}) {
     const bool before = std::exchange(block_.alternative, true);
     if constexpr (requires { kind_of(value); }) {
-      field(key, value);
+      field(key, value, text);
     } else {
-      block(key, value);
+      block(key, value, text);
     }
     block_.alternative = before;
   }
   template <class Read, class Value>
   void alias(const char* key, const Value& value, void (* /*feed*/)(Read, Value&)) {
     const bool before = std::exchange(block_.alternative, true);
-    ConfigKey& added = leaf(key, kind_of(std::remove_cvref_t<Read>{}), value);
+    ConfigKey& added = leaf(key, kind_of(std::remove_cvref_t<Read>{}), value, {});
     added.converted = true;
     block_.alternative = before;
   }
@@ -104,16 +110,17 @@ class CatalogueBuilder {
     }
   }
 
-  void list(const char* key, const std::vector<std::string>& texts) {
-    place(add(key, KeyKind::texts), &texts).value = json_list(texts, json_text);
+  void list(const char* key, const std::vector<std::string>& texts, const KeyText& text = {}) {
+    place(add(key, KeyKind::texts, text), &texts).value = json_list(texts, json_text);
   }
-  void list_always(const char* key, const std::vector<std::string>& texts) {
-    list(key, texts);
+  void list_always(const char* key, const std::vector<std::string>& texts,
+                   const KeyText& text = {}) {
+    list(key, texts, text);
     keys_.back().emptied_with_block = true;
   }
   template <class Record>
-  void kept_records(const char* key, const std::vector<Record>& list) {
-    ConfigKey& added = place(add(key, KeyKind::records), &list);
+  void kept_records(const char* key, const std::vector<Record>& list, const KeyText& text = {}) {
+    ConfigKey& added = place(add(key, KeyKind::records, text), &list);
     added.kept_unless_list = true;
     const auto item_keys = [&](const Record& item) {
       std::vector<ConfigKey> keys;
@@ -126,20 +133,20 @@ class CatalogueBuilder {
     added.children = item_keys(Record{});
   }
   template <class Record>
-  void records(const char* key, const std::vector<Record>& list) {
-    kept_records(key, list);
+  void records(const char* key, const std::vector<Record>& list, const KeyText& text = {}) {
+    kept_records(key, list, text);
     keys_.back().kept_unless_list = false;
     keys_.back().emptied_with_block = true;
   }
   template <class Record>
-  void bare_records(const char* key, const std::vector<Record>& list) {
-    records(key, list);
+  void bare_records(const char* key, const std::vector<Record>& list, const KeyText& text = {}) {
+    records(key, list, text);
   }
 
   template <class Keys>
-  void block(const char* key, const Keys& keys) {
+  void block(const char* key, const Keys& keys, const KeyText& text = {}) {
     constexpr bool callable = std::invocable<const Keys&, CatalogueBuilder&>;
-    ConfigKey& added = add(key, KeyKind::block);
+    ConfigKey& added = add(key, KeyKind::block, text);
     CatalogueBuilder inner(walk_, {added.path + '.', block_.alternative, !callable},
                            added.children);
     if constexpr (callable) {
@@ -148,13 +155,17 @@ class CatalogueBuilder {
       visit_keys(inner, keys);
     }
   }
-  void flow_block(const char* key, const auto& record) { block(key, record); }
+  void flow_block(const char* key, const auto& record, const KeyText& text = {}) {
+    block(key, record, text);
+  }
 
  private:
-  ConfigKey& add(const char* key, KeyKind kind) {
+  ConfigKey& add(const char* key, KeyKind kind, const KeyText& text) {
     keys_.push_back({.name = key,
                      .path = block_.prefix + key,
                      .kind = kind,
+                     .meaning = text.meaning,
+                     .words = {text.words.begin(), text.words.end()},
                      .alternative = block_.alternative});
     return keys_.back();
   }
@@ -168,8 +179,8 @@ class CatalogueBuilder {
     }
     return key;
   }
-  ConfigKey& leaf(const char* key, KeyKind kind, const auto& value) {
-    ConfigKey& added = place(add(key, kind), &value);
+  ConfigKey& leaf(const char* key, KeyKind kind, const auto& value, const KeyText& text) {
+    ConfigKey& added = place(add(key, kind, text), &value);
     added.value = json_value(value);
     return added;
   }
@@ -183,6 +194,7 @@ void name_homes(std::vector<ConfigKey>& keys, const Homes& homes) {
   for (ConfigKey& key : keys) {
     const auto home = homes.find(key.place);
     key.home = home != homes.end() ? home->second.path : key.path;
+    if (key.home != key.path) key.meaning = "Another name of " + key.home;
     name_homes(key.children, homes);
   }
 }

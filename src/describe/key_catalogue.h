@@ -28,8 +28,11 @@ struct ConfigKey {
   std::string name;
   std::string path;  ///< "checks.http.items[].url": from the root, "[]" behind a list of blocks
   KeyKind kind = KeyKind::block;
-  std::string value;            ///< as JSON; empty for a block and an unread key
-  FieldPlace place = no_place;  ///< the field that it feeds
+  std::string meaning;  ///< what the value does or means, one sentence without its full stop; of a
+                        ///< key that is at home elsewhere "Another name of " and its home
+  std::vector<std::string> words;  ///< of a text that no rule holds to them; mostly empty
+  std::string value;               ///< as JSON; empty for a block and an unread key
+  FieldPlace place = no_place;     ///< the field that it feeds
   std::string home;  ///< the path under which that field is at home: of several keys, the one in
                      ///< the section of the field's record. The same as `path` for most.
   FieldPlace also = no_place;       ///< a second field, fed where the file has no other key for it

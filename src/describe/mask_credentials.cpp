@@ -30,31 +30,33 @@ class Masker {
 
   bool has(const char* /*key*/) const { return true; }  // no field follows another
 
-  void field(const char* /*key*/, std::string& text) { mask_url_passwords(text); }
-  void field(const char* /*key*/, auto& /*value*/) {}
-  void duration(const char* /*key*/, std::string& /*text*/) {}
-  void credential(const char* /*key*/, std::string& text) {
+  void field(const char* /*key*/, std::string& text, Untold = {}) { mask_url_passwords(text); }
+  void field(const char* /*key*/, auto& /*value*/, Untold = {}) {}
+  void duration(const char* /*key*/, std::string& /*text*/, Untold = {}) {}
+  void credential(const char* /*key*/, std::string& text, Untold = {}) {
     if (!text.empty()) text = credential_mask;
   }
   void alias(const char* /*key*/, auto&&... /*value*/) {}
-  void literal(const char* /*key*/, const char* /*text*/) {}
-  void list(const char* /*key*/, std::vector<std::string>& texts) {
+  void literal(const char* /*key*/, const char* /*text*/, Untold = {}) {}
+  void list(const char* /*key*/, std::vector<std::string>& texts, Untold = {}) {
     for (std::string& text : texts) mask_url_passwords(text);
   }
-  void list_always(const char* key, std::vector<std::string>& texts) { list(key, texts); }
-  void records(const char* /*key*/, auto& list) {
+  void list_always(const char* key, std::vector<std::string>& texts, Untold = {}) {
+    list(key, texts);
+  }
+  void records(const char* /*key*/, auto& list, Untold = {}) {
     for (auto& item : list) visit_keys(*this, item);
   }
-  void bare_records(const char* key, auto& list) { records(key, list); }
-  void kept_records(const char* key, auto& list) { records(key, list); }
-  void block(const char* /*key*/, auto&& keys) {
+  void bare_records(const char* key, auto& list, Untold = {}) { records(key, list); }
+  void kept_records(const char* key, auto& list, Untold = {}) { records(key, list); }
+  void block(const char* /*key*/, auto&& keys, Untold = {}) {
     if constexpr (std::invocable<decltype(keys)&, Masker&>) {
       keys(*this);
     } else {
       visit_keys(*this, keys);
     }
   }
-  void flow_block(const char* key, auto& record) { block(key, record); }
+  void flow_block(const char* key, auto& record, Untold = {}) { block(key, record); }
 };
 
 }  // namespace

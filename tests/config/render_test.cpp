@@ -20,26 +20,28 @@ class Scrambler {
   static constexpr bool rendering = true;
 
   bool has(const char* /*key*/) const { return true; }
-  void field(const char* key, auto& value) {
+  void field(const char* key, auto& value, Untold = {}) {
     note(key, value);
     // A field that two keys feed is changed once.
     if (seen_.insert(&value).second) change(value);
   }
-  void duration(const char* key, std::string& value) { field(key, value); }
-  void credential(const char* key, std::string& value) { field(key, value); }
+  void duration(const char* key, std::string& value, Untold = {}) { field(key, value); }
+  void credential(const char* key, std::string& value, Untold = {}) { field(key, value); }
   void alias(const char* /*key*/, auto&&... /*value*/) {}
-  void literal(const char* /*key*/, const char* /*text*/) {}
-  void list(const char* key, std::vector<std::string>& list) { field(key, list); }
-  void list_always(const char* key, std::vector<std::string>& list) { field(key, list); }
+  void literal(const char* /*key*/, const char* /*text*/, Untold = {}) {}
+  void list(const char* key, std::vector<std::string>& list, Untold = {}) { field(key, list); }
+  void list_always(const char* key, std::vector<std::string>& list, Untold = {}) {
+    field(key, list);
+  }
   template <class Record>
-  void records(const char* /*key*/, std::vector<Record>& list) {
+  void records(const char* /*key*/, std::vector<Record>& list, Untold = {}) {
     Scrambler item;
     visit_keys(item, list.emplace_back());
     EXPECT_EQ(item.out_of_order(), Texts{});
   }
-  void bare_records(const char* key, auto& list) { records(key, list); }
-  void kept_records(const char* key, auto& list) { records(key, list); }
-  void block(const char* key, auto&& keys) {
+  void bare_records(const char* key, auto& list, Untold = {}) { records(key, list); }
+  void kept_records(const char* key, auto& list, Untold = {}) { records(key, list); }
+  void block(const char* key, auto&& keys, Untold = {}) {
     const void* outer = nullptr;
     if constexpr (std::invocable<decltype(keys)&, Scrambler&>) {
       outer = std::exchange(before_, nullptr);
@@ -51,7 +53,7 @@ class Scrambler {
     }
     before_ = outer;
   }
-  void flow_block(const char* key, auto& record) { block(key, record); }
+  void flow_block(const char* key, auto& record, Untold = {}) { block(key, record); }
 
   const Texts& out_of_order() const { return out_of_order_; }
 

@@ -373,12 +373,15 @@ TEST(ConfigReference, TellsTypeDefaultRuleAndVariable) {
   const CtlScene scene;
   const std::string reference = scene.run({"config", "reference"}).out;
   for (const char* row :
-       {"| `vorn.max_batch` | integer | `100` | must be between 1 and 1000 (where `vorn.enabled`) "
+       {"| `vorn.max_batch` | Events that one flush delivers at most | integer | `100` | must be "
+        "between 1 and 1000 (where `vorn.enabled`) "
         "| "
         " |\n",
-        "| `summary.mode` | text | `\"compact\"` | must be compact, normal or detailed | "
+        "| `summary.mode` | How much a summary tells | text | `\"compact\"` | must be compact, "
+        "normal or detailed | "
         "`MONITORING_SUMMARY_MODE` |\n",
-        "| `checks.http.items[].expect_json.path` | text | `\"\"` |  |  |\n",
+        "| `checks.http.items[].expect_json` | A value that the answer must hold, where it is JSON "
+        "| block |  |  |  |\n",
         "- checks.disk_health needs paths or auto_mounts=true (where `checks.disk_health.enabled`)"
         "\n"}) {
     EXPECT_NE(reference.find(row), std::string::npos) << row;

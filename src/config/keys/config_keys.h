@@ -27,24 +27,36 @@ void visit_keys(Visitor& v, MaybeConst<Config> auto& config) {
   if constexpr (Visitor::rendering) {
     v.literal("version", "1");
   } else {
-    v.field("version", config.version);
+    v.field("version", config.version, "Version of the file's format");
   }
-  v.block("agent", config.agent);
-  v.block("storage", config.storage);
-  v.block("vorn", config.vorn);
-  v.block("telegram", [&](auto& section) { visit_telegram_keys(section, config); });
-  v.block("telegram_commands", config.telegram_commands);
-  v.block("monitoring_commands", config.monitoring_commands);
-  v.block("remote_actions",
-          [&](auto& section) { visit_remote_actions_keys(section, config.monitoring_commands); });
-  v.block("anomaly_detection", config.anomaly_detection);
-  v.block("summary", config.summary);
-  v.block("reports", config.reports);
-  v.block("updates", config.updates);
-  v.block("incidents", config.incidents);
-  v.block("checks", config.checks);
-  v.block("diagnostics", config.diagnostics);
-  v.block("security", config.security);
+  v.block("agent", config.agent, "Who this host is");
+  v.block("storage", config.storage,
+          "The local database: incidents, journal, results and the queue of events");
+  v.block("vorn", config.vorn, "How events reach the history");
+  v.block(
+      "telegram", [&](auto& section) { visit_telegram_keys(section, config); },
+      "How the agent speaks to people through Telegram; only carried for the agent");
+  v.block("telegram_commands", config.telegram_commands,
+          "Commands that come in through the Telegram service; only carried for the agent");
+  v.block("monitoring_commands", config.monitoring_commands,
+          "What remote commands may do on this host; only carried for the agent");
+  v.block(
+      "remote_actions",
+      [&](auto& section) { visit_remote_actions_keys(section, config.monitoring_commands); },
+      "A second way to set four keys of monitoring_commands, which it beats");
+  v.block("anomaly_detection", config.anomaly_detection,
+          "Activity far above the usual; only carried for the agent");
+  v.block("summary", config.summary,
+          "Short summaries of the host's state; only carried for the agent");
+  v.block("reports", config.reports, "Reports at fixed times; only carried for the agent");
+  v.block("updates", config.updates, "Updates of the agent itself; only carried for the agent");
+  v.block("incidents", config.incidents,
+          "When incidents end and are reported again; only carried for the agent");
+  v.block("checks", config.checks,
+          "What the agent looks at, how often and with which limits; only carried for the agent");
+  v.block("diagnostics", config.diagnostics,
+          "Bundles of diagnostic data that are gathered on request; only carried for the agent");
+  v.block("security", config.security, "How strictly files with credentials are judged");
 }
 
 }  // namespace zunol_monitoring

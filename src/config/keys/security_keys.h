@@ -8,7 +8,8 @@ namespace zunol_monitoring {
 
 template <class Visitor>
 void visit_keys(Visitor& v, MaybeConst<SecurityConfig> auto& security) {
-  v.field("fail_on_loose_secrets", security.fail_on_loose_secrets);
+  v.field("fail_on_loose_secrets", security.fail_on_loose_secrets,
+          "Whether files with credentials that others may read break a rule");
 }
 
 }  // namespace zunol_monitoring

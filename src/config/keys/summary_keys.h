@@ -8,8 +8,8 @@ namespace zunol_monitoring {
 
 template <class Visitor>
 void visit_keys(Visitor& v, MaybeConst<SummaryConfig> auto& summary) {
-  v.field("enabled", summary.enabled);
-  v.field("mode", summary.mode);
+  v.field("enabled", summary.enabled, "Whether summaries are sent");
+  v.field("mode", summary.mode, "How much a summary tells");
 }
 
 }  // namespace zunol_monitoring

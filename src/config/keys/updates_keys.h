@@ -8,10 +8,12 @@ namespace zunol_monitoring {
 
 template <class Visitor>
 void visit_keys(Visitor& v, MaybeConst<UpdatesConfig> auto& updates) {
-  v.field("enabled", updates.enabled);
-  v.field("auto_install", updates.auto_install);
-  v.field("base_url", updates.base_url);
-  v.field("channel", updates.channel);
+  v.field("enabled", updates.enabled, "Whether the agent looks for new versions of itself");
+  v.field("auto_install", updates.auto_install,
+          "Whether a new version is installed without asking");
+  v.field("base_url", updates.base_url,
+          "Address from which versions are fetched, beginning with https://");
+  v.field("channel", updates.channel, "Which versions are taken");
 }
 
 }  // namespace zunol_monitoring

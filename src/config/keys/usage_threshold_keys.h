@@ -8,8 +8,8 @@ namespace zunol_monitoring {
 
 template <class Visitor>
 void visit_keys(Visitor& v, MaybeConst<UsageThreshold> auto& threshold) {
-  v.field("usage_percent", threshold.usage_percent);
-  v.duration("duration", threshold.duration);
+  v.field("usage_percent", threshold.usage_percent, "Percent in use from which it counts");
+  v.duration("duration", threshold.duration, threshold_duration);
 }
 
 }  // namespace zunol_monitoring

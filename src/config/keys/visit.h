@@ -26,6 +26,11 @@
 //                             the visitor of the block
 //   flow_block(key, record)   the same, rendered on one line
 //
+// Each verb but feeds and the alias with a feed takes one further argument, the KeyText of the key:
+// one short sentence, without its full stop, on what the value does or means for the person who
+// sets it, or {sentence, {words}}. A key that feeds a field at home elsewhere needs none. Visitors
+// that do not tell it take it as Untold.
+//
 // A visitor that reads also answers has(key): whether the block has the key.
 //
 // A visitor also says, as static constants, whether it is `reading` (it changes what it visits) and
@@ -34,6 +39,8 @@
 
 #include <concepts>
 #include <type_traits>
+
+#include "config/keys/key_text.h"
 
 namespace zunol_monitoring {
 
