@@ -8,6 +8,7 @@
 #include "base/private_file.h"
 #include "config/judge.h"
 #include "config/parse_config.h"
+#include "ctl/config_comments.h"
 #include "ctl/config_file.h"
 #include "ctl/config_reference.h"
 #include "ctl/config_schema.h"
@@ -234,18 +235,22 @@ int show(const Tool& tool, const ShowArguments& arguments) {
 struct DefaultArguments {
   std::string path;
   bool force = false;
+  bool commented = false;
 };
 
 int print_or_write_default(const Tool& tool, const DefaultArguments& arguments) {
+  const std::vector<ConfigKey> keys = key_catalogue(default_config());
+  std::string text = render_text(default_config());
+  if (arguments.commented) text = with_meanings(text, keys);
   if (arguments.path.empty() && tool.json) {
-    print_json(json::parse(catalogue_json(key_catalogue(default_config()))));
+    print_json(json::parse(catalogue_json(keys)));
   } else if (arguments.path.empty()) {
-    print(render_text(default_config()));
+    print(text);
   } else {
     if (!arguments.force && fs::exists(fs::symlink_status(arguments.path))) {
       throw std::runtime_error(arguments.path + " exists already; --force replaces it");
     }
-    replace_file(arguments.path, render_text(default_config()));
+    replace_file(arguments.path, text);
   }
   return done;
 }
@@ -278,6 +283,8 @@ void add_config_commands(CLI::App& app, Tool& tool) {
       tool, group, "default", "Print the default configuration, or write it to a new file",
       [&tool, default_arguments] { return print_or_write_default(tool, *default_arguments); });
   add_option(default_command, "PATH", default_arguments->path, "The file to write");
+  add_flag(default_command, "--commented", default_arguments->commented,
+           "Tell above each key what it means; JSON has no comments");
   add_flag(default_command, "--force", default_arguments->force, "Replace a file that exists");
 
   add_command(tool, group, "schema",
