@@ -9,7 +9,7 @@
 namespace zunol_monitoring::ctl {
 
 /// A thousand checks take a fifth of this.
-inline constexpr std::size_t largest_config_bytes = 1024 * 1024;
+inline constexpr std::size_t largest_config_bytes = 1024UL * 1024;
 /// Values with each alias counted as what it stands for.
 inline constexpr std::size_t most_config_values = 1'000'000;
 
