@@ -8,7 +8,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <vector>
+
+using Texts = std::vector<std::string>;
 
 /// The error text that `action` ends in, or nothing when it ends well.
 template <class Action>
@@ -19,6 +23,41 @@ std::optional<std::string> error_of(Action action) {
     return error.what();
   }
   return std::nullopt;
+}
+
+inline Texts lines_of(const std::string& text) {
+  std::istringstream in(text);
+  Texts lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+/// The parts of `text` between the separators, without the blanks around them.
+inline Texts split(std::string text, const std::string& separator) {
+  Texts parts;
+  for (text += separator; !text.empty();) {
+    const std::size_t end = text.find(separator);
+    std::string& part = parts.emplace_back(text, 0, end);
+    part.erase(part.find_last_not_of(' ') + 1).erase(0, part.find_first_not_of(' '));
+    text.erase(0, end + separator.size());
+  }
+  return parts;
+}
+
+/// The lines of a table with its cells, without empty lines and those that begin with "//".
+inline std::vector<Texts> rows_of(const std::string& table, const std::string& separator) {
+  std::vector<Texts> rows;
+  for (const std::string& line : lines_of(table)) {
+    if (!line.empty() && !line.starts_with("//")) rows.push_back(split(line, separator));
+  }
+  return rows;
+}
+
+/// Each of `parts` stands in `text`.
+inline void expect_parts(const std::string& text, const Texts& parts) {
+  for (const std::string& part : parts) {
+    EXPECT_NE(text.find(part), std::string::npos) << text.substr(0, 2000) << "\nlacks " << part;
+  }
 }
 
 /// Whether `text` has the digits of `form` where that has a 9, and otherwise its very bytes.

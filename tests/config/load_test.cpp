@@ -1,7 +1,5 @@
 #include "zunol_monitoring/config/load.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/config/load_text.h"
 #include "zunol_monitoring/config/render.h"
 

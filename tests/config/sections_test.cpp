@@ -1,6 +1,4 @@
 // The items of lists, and the keys that are only read: the file of the defaults shows none of them.
-#include <gtest/gtest.h>
-
 #include "config/yaml_block.h"
 #include "tests/config/load_text.h"
 #include "zunol_monitoring/config/render.h"
