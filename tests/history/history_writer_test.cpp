@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -36,6 +34,16 @@ class HistoryWriter : public testing::Test {
     config_.vorn.append_command = command;
   }
   void enqueue(const std::string& id) { writer_.enqueue("test_event", {{"event_id", id}}); }
+  /// Delivers a batch that must fail, and gives what it logs.
+  std::string failing_flush(const FlushLimits& limits = {}) {
+    return log_of([&] { EXPECT_EQ(writer_.flush(limits), 0); });
+  }
+  /// The status and attempts of each row, oldest first.
+  std::string rows() const {
+    return query(
+        "SELECT group_concat(status || attempt_count, ' ') FROM (SELECT * FROM "
+        "vorn_sync_queue ORDER BY rowid)");
+  }
   std::string query(const std::string& text) const { return sql(file_, text); }
   void make_due() const {
     query(
@@ -47,9 +55,8 @@ class HistoryWriter : public testing::Test {
   static std::string log_of(Action action) {
     testing::internal::CaptureStderr();
     action();
-    std::istringstream lines(testing::internal::GetCapturedStderr());
     std::string log;
-    for (std::string line; std::getline(lines, line);) {
+    for (const std::string& line : lines_of(testing::internal::GetCapturedStderr())) {
       const bool has_time = line.size() > 20 && line[10] == 'T' && line[19] == 'Z';
       log += line.substr(has_time ? 21 : 0) + '\n';
     }
@@ -83,10 +90,21 @@ TEST_F(HistoryWriter, EnqueueKeepsTheCompactEvent) {
 }
 
 TEST_F(HistoryWriter, EnqueueDropsWhatTheJudgeRefusesWithOneLine) {
-  EXPECT_EQ(log_of([&] { writer_.enqueue("nonsense", 1); }),
-            "ERROR invalid vorn history event: unknown event type: nonsense\n");
-  EXPECT_EQ(log_of([&] { enqueue(""); }),
-            "ERROR invalid vorn history event: field must be a non-empty string: event_id\n");
+  for (const Texts& row : rows_of(R"(
+nonsense => 1 => unknown event type: nonsense
+test_event => {"payload": 3} => payload must be a JSON object
+test_event => {"level": "loud"} => level must be info, warning or critical
+test_event => {"event_id": ""} => field must be a non-empty string: event_id
+)",
+                                  "=>")) {
+    const json data = json::parse(row.at(1));
+    EXPECT_EQ(log_of([&] { writer_.enqueue(row[0], data); }),
+              "ERROR invalid vorn history event: " + row[2] + '\n');
+    const EnqueueResult result = writer_.try_enqueue(row[0], data);
+    EXPECT_EQ(result.refusal, row[2]);
+    EXPECT_EQ(validate_event(build_event(config_, row[0], data)), row[2]);
+    EXPECT_EQ(result.event_id, "");
+  }
   EXPECT_EQ(query("SELECT count(*) FROM vorn_sync_queue"), "0\n");
 }
 
@@ -105,19 +123,17 @@ TEST_F(HistoryWriter, EnqueueRaisesWhatItCannotQueue) {
 }
 
 TEST_F(HistoryWriter, TheQueuedTextIsThatOfTheBuiltEvent) {
-  const char* const rows[] = {
-      "5",
-      "null",
-      "[1,2]",
-      R"("text")",
-      "{}",
-      R"({"value":null})",
-      R"({"payload":null})",
-      R"({"payload":{"a":[1.5,"\u00e9\n"]},"level":"critical"})",
-      R"({"payload":{},"extra":1})",
-      R"({"level":7,"type":"x","schema":1,"agent_id":2,"zeta":{"b":1,"a":2},"event":3})",
-      R"({"created_at":"\u2028","server_name":"s","disk":"/","used_percent":91.5})"};
-  for (const char* row : rows) {
+  for (const std::string& row : lines_of(R"(5
+null
+[1,2]
+"text"
+{}
+{"value":null}
+{"payload":null}
+{"payload":{"a":[1.5,"\u00e9\n"]},"level":"critical"}
+{"payload":{},"extra":1}
+{"level":7,"type":"x","schema":1,"agent_id":2,"zeta":{"b":1,"a":2},"event":3}
+{"created_at":"\u2028","server_name":"s","disk":"/","used_percent":91.5})")) {
     json data = json::parse(row);
     if (data.is_object()) data["event_id"] = "evt \"1\"";
     const json before = data;
@@ -131,25 +147,13 @@ TEST_F(HistoryWriter, TheQueuedTextIsThatOfTheBuiltEvent) {
     EXPECT_EQ(item.payload, made.dump()) << row;
     query("DELETE FROM vorn_sync_queue");
   }
-  const struct {
-    const char* type;
-    json data;
-    const char* refusal;
-  } refused[] = {
-      {"nonsense", 1, "unknown event type: nonsense"},
-      {"test_event", {{"payload", 3}}, "payload must be a JSON object"},
-      {"test_event", {{"level", "loud"}}, "level must be info, warning or critical"},
-  };
-  for (const auto& row : refused) {
-    const EnqueueResult result = writer_.try_enqueue(row.type, row.data);
-    EXPECT_EQ(result.refusal, row.refusal);
-    EXPECT_EQ(validate_event(build_event(config_, row.type, row.data)), row.refusal);
-    EXPECT_EQ(result.event_id, "");
-  }
 }
 
-TEST_F(HistoryWriter, DisabledDoesNothing) {
+TEST_F(HistoryWriter, DisabledDoesNothingAndQueueOnlyNoFlush) {
+  config_.vorn.queue_only = true;
   enqueue("evt_1");
+  EXPECT_EQ(failing_flush(), "");
+  config_.vorn.queue_only = false;
   config_.vorn.enabled = false;
   EXPECT_EQ(log_of([&] {
               enqueue("evt_2");
@@ -158,15 +162,8 @@ TEST_F(HistoryWriter, DisabledDoesNothing) {
               EXPECT_EQ(writer_.flush(), 0);
             }),
             "");
-  EXPECT_EQ(query("SELECT group_concat(event_id) FROM vorn_sync_queue"), "evt_1\n");
-}
-
-TEST_F(HistoryWriter, QueueOnlyLeavesTheRowsAlone) {
-  config_.vorn.queue_only = true;
-  enqueue("evt_1");
-  EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 0); }), "");
-  EXPECT_EQ(query("SELECT status, attempt_count, next_attempt_at FROM vorn_sync_queue"),
-            "pending|0|\n");
+  EXPECT_EQ(query("SELECT event_id, status, attempt_count, next_attempt_at FROM vorn_sync_queue"),
+            "evt_1|pending|0|\n");
 }
 
 TEST_F(HistoryWriter, FlushTakesOneBatch) {
@@ -211,18 +208,16 @@ TEST_F(HistoryWriter, SpoolNamesWithoutATimeOrAnId) {
 TEST_F(HistoryWriter, AFailingSpoolKeepsTheRowAndTheEarlierFile) {
   enqueue("evt_1");
   write_text_file(spool_, "a file in the way");
-  const std::string log = log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
-  EXPECT_TRUE(
-      log.starts_with("WARN vorn event flush failed event_id=evt_1 error=filesystem error:"))
-      << log;
+  EXPECT_TRUE(failing_flush().starts_with(
+      "WARN vorn event flush failed event_id=evt_1 error=filesystem error:"));
   fs::remove(spool_);
   make_due();
   EXPECT_EQ(writer_.flush(), 1);
 
   query("UPDATE vorn_sync_queue SET status='pending', created_at='t'");
   fs::create_directory(spool_ / "t_evt_1.json");  // the rename fails
-  log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
-  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue"), "pending|2\n");
+  failing_flush();
+  EXPECT_EQ(rows(), "pending2\n");
 }
 
 TEST_F(HistoryWriter, TheCommandGetsThePrivateEventAndLosesIt) {
@@ -251,9 +246,8 @@ TEST_F(HistoryWriter, AFailedRowDoesNotStopTheBatch) {
   for (const char* id : {"a", "b", "c"}) enqueue(id);
   EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 2); }),
             "WARN vorn event flush failed event_id=b error=append_command failed: boom\n\n");
-  EXPECT_EQ(query("SELECT event_id, status, attempt_count, last_error FROM vorn_sync_queue "
-                  "ORDER BY event_id"),
-            "a|sent|0|\nb|pending|1|append_command failed: boom\n\nc|sent|0|\n");
+  EXPECT_EQ(rows(), "sent0 pending1 sent0\n");
+  EXPECT_EQ(store_.list_sync_events(1, true).at(0).last_error, "append_command failed: boom\n");
   EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
   EXPECT_EQ(writer_.flush(), 0);  // not due yet
   deliver_by("true");
@@ -279,9 +273,7 @@ TEST_F(HistoryWriter, ADrainTakesEachRowThatIsDueOnce) {
   EXPECT_EQ(gather_due_rows(store_, false), 4);
   drain_due_rows(config_, store_, drain);
   EXPECT_EQ(told, "c a b! blob! ");
-  EXPECT_EQ(query("SELECT event_id, status, attempt_count FROM vorn_sync_queue ORDER BY rowid "
-                  "LIMIT 5"),
-            "a|sent|0\nb|pending|1\nc|sent|0\nwaits|pending|0\nblob|pending|1\n");
+  EXPECT_TRUE(rows().starts_with("sent0 pending1 sent0 pending0 pending1 "));
 
   told.clear();
   deliver_by("true");  // also a row whose id is no text leaves the queue
@@ -309,36 +301,25 @@ TEST_F(HistoryWriter, EventFilesOfKilledFlushesAreRemovedOnceNoProcessNeedsThem)
 }
 
 TEST_F(HistoryWriter, EachFailureIsTheRowsReason) {
-  const struct {
-    const char* name;
-    std::function<void()> change;
-    std::string reason;
-  } rows[] = {
-      {"no transport", [&] { config_.vorn.transport = "Spool"; }, "vorn transport is queue-only"},
-      {"no program", [&] { deliver_by("/nowhere/at/all"); }, "append_command failed: "},
-      {"a line beyond the system's limit", [&] { deliver_by(": " + std::string(200000, 'x')); },
-       "cannot run command"},
-      {"a megabyte of output",
-       [&] { deliver_by("sh -c 'head -c 1000000 /dev/zero | tr \"\\0\" x; exit 1'"); },
-       "append_command failed: " + std::string(1000000, 'x')},
-      {"no directory for the event file",
-       [&] {
-         deliver_by("true");
-         fs::remove(dir_ / "tmp");
-       },
-       "filesystem error: temp_directory_path: "},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  const auto expect_reason = [&](const std::string& reason) {
     query("DELETE FROM vorn_sync_queue");
     enqueue("evt_1");
-    row.change();
-    log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
-    const auto items = store_.list_sync_events(1, true);
-    ASSERT_EQ(items.size(), 1U);
-    EXPECT_EQ(items[0].last_error.substr(0, row.reason.size()), row.reason);
-    EXPECT_EQ(items[0].attempt_count, 1);
-  }
+    failing_flush();
+    const VornSyncItem item = store_.list_sync_events(1, true).at(0);
+    EXPECT_EQ(item.last_error.substr(0, reason.size()), reason);
+    EXPECT_EQ(item.attempt_count, 1);
+  };
+  config_.vorn.transport = "Spool";
+  expect_reason("vorn transport is queue-only");
+  deliver_by("/nowhere/at/all");
+  expect_reason("append_command failed: ");
+  deliver_by(": " + std::string(200000, 'x'));  // a line beyond the system's limit
+  expect_reason("cannot run command");
+  deliver_by("sh -c 'head -c 1000000 /dev/zero | tr \"\\0\" x; exit 1'");
+  expect_reason("append_command failed: " + std::string(1000000, 'x'));
+  deliver_by("true");
+  fs::remove(dir_ / "tmp");
+  expect_reason("filesystem error: temp_directory_path: ");
   fs::create_directory(dir_ / "tmp");
   make_due();
   EXPECT_EQ(writer_.flush(), 1);
@@ -350,16 +331,14 @@ TEST_F(HistoryWriter, AFullDiskKeepsTheRowAndLeavesNoEventFile) {
   }
   writer_.enqueue("test_event", {{"event_id", "evt_1"}, {"text", std::string(100000, 'x')}});
   deliver_by("true");
-  const std::string log = log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
-  EXPECT_TRUE(log.starts_with("WARN vorn event flush failed event_id=evt_1 error=cannot write " +
-                              (dir_ / "tmp/vorn-event_").string()))
-      << log;
+  expect_parts(failing_flush(), {"WARN vorn event flush failed event_id=evt_1 error=cannot write " +
+                                 (dir_ / "tmp/vorn-event_").string()});
   EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
 
   config_.vorn.transport = "spool";
   config_.vorn.export_dir = dir_ / "tmp/spool";
   make_due();
-  log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  failing_flush();
   for (const auto& entry : fs::directory_iterator(config_.vorn.export_dir)) {
     EXPECT_NE(entry.path().string().find(".json.tmp.vorn_"), std::string::npos) << entry.path();
   }
@@ -368,30 +347,20 @@ TEST_F(HistoryWriter, AFullDiskKeepsTheRowAndLeavesNoEventFile) {
   EXPECT_EQ(writer_.flush(), 1);
 }
 
-TEST_F(HistoryWriter, ARefusedMarkCountsAsAFailure) {
-  store_.exec(
-      "CREATE TRIGGER refuse BEFORE UPDATE ON vorn_sync_queue WHEN NEW.status='sent' "
-      "BEGIN SELECT RAISE(ABORT, 'no marks today'); END");
+TEST_F(HistoryWriter, ARefusedMarkCountsAsAFailureAndAQueueThatIsNotKeptRaises) {
   enqueue("evt_1");
-  EXPECT_EQ(log_of([&] { EXPECT_EQ(writer_.flush(), 0); }),
-            "WARN vorn event flush failed event_id=evt_1 error=no marks today\n");
-  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue"), "pending|1\n");
-}
-
-TEST_F(HistoryWriter, AQueueThatCannotBeListedOrKeptRaises) {
-  enqueue("evt_1");
-  store_.exec(
-      "CREATE TRIGGER refuse BEFORE UPDATE ON vorn_sync_queue "
-      "BEGIN SELECT RAISE(ABORT, 'read-only'); END");
+  const std::string trigger = "CREATE TRIGGER refuse BEFORE UPDATE ON vorn_sync_queue ";
+  store_.exec(trigger + "WHEN NEW.status='sent' BEGIN SELECT RAISE(ABORT, 'no marks today'); END");
+  EXPECT_EQ(failing_flush(), "WARN vorn event flush failed event_id=evt_1 error=no marks today\n");
+  EXPECT_EQ(rows(), "pending1\n");
+  make_due();
+  store_.exec("DROP TRIGGER refuse");
+  store_.exec(trigger + "BEGIN SELECT RAISE(ABORT, 'read-only'); END");
   EXPECT_EQ(error_of([&] { writer_.flush(); }), "read-only");
   store_.exec("DROP TABLE vorn_sync_queue");
   EXPECT_EQ(error_of([&] { writer_.flush(); }), "no such table: vorn_sync_queue");
   store_.close();
   EXPECT_FALSE(fs::exists(file_.string() + "-wal"));
-}
-
-TEST_F(HistoryWriter, AClosedStoreSaysSo) {
-  store_.close();
   EXPECT_EQ(error_of([&] { enqueue("evt_1"); }), "the store is closed");
   EXPECT_EQ(error_of([&] { writer_.flush(); }), "the store is closed");
 }
@@ -402,45 +371,37 @@ TEST_F(HistoryWriter, ALogThatFailsEndsTheFlushAndKeepsTheRest) {
   set_log_json(true);  // in which a text that is no UTF-8 cannot be written
   EXPECT_ANY_THROW(writer_.flush());
   set_log_json(false);
-  EXPECT_EQ(query("SELECT attempt_count FROM vorn_sync_queue ORDER BY event_id"), "1\n0\n");
+  EXPECT_EQ(rows(), "pending1 pending0\n");
   EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
 }
 
 TEST_F(HistoryWriter, ACommandBeyondItsTimeIsEndedWithAllOfItsGroup) {
   using std::chrono::milliseconds;
   const std::string pids = dir_ / "pids";
-  const struct {
-    const char* name;
-    std::string command;
-  } rows[] = {
-      {"hangs", "echo $$ >>" + pids + "; sleep 60"},
-      {"hides behind a child", "sh -c 'echo $$ >>" + pids + "; sleep 60' & true"},
-      {"closes its output", "echo $$ >>" + pids + "; exec >&- 2>&-; sleep 60"},
-      {"never stops printing", "echo $$ >>" + pids + "; yes"},
-  };
-  for (const auto& row : rows) {
-    deliver_by(row.command);
+  // What hangs, hides behind a child, closes its output or never stops printing.
+  for (const std::string tail :
+       {"; sleep 60", "; sleep 60' & true", "; exec >&- 2>&-; sleep 60", "; yes"}) {
+    deliver_by((tail.find('\'') == tail.npos ? "" : "sh -c '") + ("echo $$ >>" + pids + tail));
     query("DELETE FROM vorn_sync_queue");
-    enqueue(row.name);
-    const std::string log =
-        log_of([&] { EXPECT_EQ(writer_.flush({.command_time = milliseconds(300)}), 0); });
-    EXPECT_EQ(log, std::string("WARN vorn event flush failed event_id=") + row.name +
-                       " error=append_command ended after its time limit of 300 ms\n");
+    enqueue("evt_1");
+    EXPECT_EQ(
+        failing_flush({.command_time = milliseconds(300)}),
+        "WARN vorn event flush failed event_id=evt_1 error=append_command ended after its time "
+        "limit of 300 ms\n");
     EXPECT_EQ(files_in(dir_ / "tmp"), 0U);
   }
-  std::istringstream lines(read_text_file(pids));
-  int count = 0;
-  for (std::string pid; lines >> pid; ++count) {
+  const Texts lines = lines_of(read_text_file(pids));
+  EXPECT_EQ(lines.size(), 4U);
+  for (const std::string& pid : lines) {
     // What no one waits for stays as a zombie.
     EXPECT_NE(run_shell_line("grep -q '^State:.[^ZX]' /proc/" + pid + "/status 2>/dev/null"), 0)
         << pid;
   }
-  EXPECT_EQ(count, 4);
 
   // Within its time a command says what it would say without a limit.
   deliver_by("echo boom; yes | head -c 200000; exit 3");
   make_due();
-  log_of([&] { EXPECT_EQ(writer_.flush({.command_time = milliseconds(60000)}), 0); });
+  failing_flush({.command_time = milliseconds(60000)});
   const std::string error = query("SELECT last_error FROM vorn_sync_queue");
   EXPECT_TRUE(error.starts_with("append_command failed: boom\ny\n")) << error.substr(0, 80);
   EXPECT_NE(error.find("\n[134469 bytes left out]\ny\n"), std::string::npos) << error.size();
@@ -455,8 +416,7 @@ TEST_F(HistoryWriter, AFlushThatIsStoppedEndsBehindTheRowOnItsWay) {
     stop.request_stop();
   });
   EXPECT_EQ(writer_.flush({.stop = stop.get_token()}), 1);
-  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue ORDER BY event_id"),
-            "sent|0\npending|0\npending|0\n");
+  EXPECT_EQ(rows(), "sent0 pending0 pending0\n");
 }
 
 TEST_F(HistoryWriter, TheEventFileIsClosedBeforeTheCommandRuns) {
@@ -496,11 +456,10 @@ TEST_F(HistoryWriter, AReadOnlyExportDirectoryKeepsTheRow) {
     GTEST_SKIP() << "needs the right to mount a small file system";
   }
   enqueue("evt_1");
-  const std::string log = log_of([&] { EXPECT_EQ(writer_.flush(), 0); });
+  const std::string log = failing_flush();
   run_shell_line("umount " + spool_.string());
-  EXPECT_TRUE(log.starts_with("WARN vorn event flush failed event_id=evt_1 error=cannot write " +
-                              spool_.string()))
-      << log;
+  expect_parts(
+      log, {"WARN vorn event flush failed event_id=evt_1 error=cannot write " + spool_.string()});
   make_due();
   EXPECT_EQ(writer_.flush(), 1);
 }
@@ -525,7 +484,7 @@ TEST_F(HistoryWriter, ALockedDatabaseIsWaitedForAndTheRowKeptBeyondThat) {
       EXPECT_EQ(error_of([&] { writer_.flush(); }), "database is locked");
     }
   }
-  EXPECT_EQ(query("SELECT status, attempt_count FROM vorn_sync_queue"), "pending|0\n");
+  EXPECT_EQ(rows(), "pending0\n");
   EXPECT_EQ(writer_.flush(), 1);
 }
 
