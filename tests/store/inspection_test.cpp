@@ -1,7 +1,5 @@
 #include "store/inspection.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 
 #include "store/statement.h"
@@ -58,11 +56,8 @@ TEST_F(Inspection, StatsTellAgesFailuresAndWhatIsDue) {
   EXPECT_EQ(stats.oldest_due_at + '\n',
             query("SELECT created_at FROM vorn_sync_queue WHERE event_id='due again'"));
 
-  std::string listed;
-  for (const PendingSyncRow& row : pending(3)) {
-    listed += row.event_id + ' ' + std::to_string(row.attempt_count) + ' ';
-  }
-  EXPECT_TRUE(listed.starts_with("weeks 1 hours 9 ")) << listed;
+  EXPECT_TRUE(each(pending(3), &PendingSyncRow::event_id).starts_with("weeks hours "));
+  EXPECT_EQ(pending(1).at(0).attempt_count, 1);
   EXPECT_EQ(view().look(count_pending_sync_rows), 5);
   queue("clock put back", 5, 1, 7200);
   EXPECT_EQ(view().look(sync_queue_stats).beyond_schedule, 1);
@@ -81,13 +76,11 @@ TEST_F(Inspection, LookingChangesNothing) {
               });
             }),
             "attempt to write a readonly database");
-  std::string counted;
-  for (const TableRows& row : looking.look(count_table_rows)) {
-    counted += row.table + ' ' + std::to_string(row.rows) + ' ';
-  }
-  EXPECT_EQ(counted,
-            "agent_journal 1 agent_state 0 check_results 0 config_migrations 0 incident_events 0 "
-            "incidents 0 notification_queue 0 telegram_actions_cursor 0 vorn_sync_queue 0 ");
+  const auto counted = looking.look(count_table_rows);
+  EXPECT_EQ(each(counted, &TableRows::table),
+            "agent_journal agent_state check_results config_migrations incident_events incidents "
+            "notification_queue telegram_actions_cursor vorn_sync_queue ");
+  EXPECT_EQ(each(counted, &TableRows::rows), "1 0 0 0 0 0 0 0 0 ");
 }
 
 TEST_F(Inspection, ALookFindsTheStoreByEveryNameOfIt) {
@@ -153,20 +146,16 @@ TEST_F(Inspection, ADamagedDatabaseIsNoEmptyOne) {
 }
 
 TEST_F(Inspection, AFirstStartCutShortIsNoDatabaseOfOthers) {
-  const struct {
-    const char* sql;
-    StoreKind kind;
-  } rows[] = {
-      {"DROP TABLE agent_state", StoreKind::whole},
-      {"CREATE TABLE theirs(a)", StoreKind::whole},  // the daemon's own, beside ours
-      {"DROP TABLE incidents", StoreKind::foreign},
-      {"DROP TABLE theirs", StoreKind::partial},
-      {"CREATE TABLE incidents(id, other)", StoreKind::foreign},
-      {"DROP TABLE incidents", StoreKind::partial},
-      {"CREATE VIEW incidents AS SELECT * FROM vorn_sync_queue", StoreKind::foreign},
+  const auto kind_after = [&](const char* sql) {
+    store_.exec(sql);
+    return view().look(store_kind);
   };
-  for (const auto& row : rows) {
-    store_.exec(row.sql);
-    EXPECT_EQ(view().look(store_kind), row.kind) << row.sql;
-  }
+  EXPECT_EQ(kind_after("DROP TABLE agent_state"), StoreKind::whole);
+  EXPECT_EQ(kind_after("CREATE TABLE theirs(a)"), StoreKind::whole);  // the daemon's own
+  EXPECT_EQ(kind_after("DROP TABLE incidents"), StoreKind::foreign);
+  EXPECT_EQ(kind_after("DROP TABLE theirs"), StoreKind::partial);
+  EXPECT_EQ(kind_after("CREATE TABLE incidents(id, other)"), StoreKind::foreign);
+  EXPECT_EQ(kind_after("DROP TABLE incidents"), StoreKind::partial);
+  EXPECT_EQ(kind_after("CREATE VIEW incidents AS SELECT * FROM vorn_sync_queue"),
+            StoreKind::foreign);
 }

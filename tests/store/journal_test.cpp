@@ -1,7 +1,5 @@
 #include "zunol_monitoring/store/journal.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/store/store_scene.h"
 #include "zunol_monitoring/base/clock.h"
 
@@ -36,13 +34,11 @@ TEST_F(Journal, TheLimitIsForcedIntoItsRange) {
   query(
       "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<1001) INSERT INTO "
       "agent_journal(category, action, status, created_at) SELECT 'c', 'a', 'ok', '' FROM n");
-  const struct {
-    int limit;
-    std::size_t entries;
-  } rows[] = {{0, 1}, {-5, 1}, {1, 1}, {2, 2}, {1000, 1000}, {1001, 1000}, {5000, 1000}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(store_.list_journal(row.limit, "").size(), row.entries) << row.limit;
-    EXPECT_EQ(store_.list_journal(row.limit, "c").size(), row.entries) << row.limit;
+  const std::pair<int, std::size_t> rows[] = {{0, 1},       {-5, 1},      {1, 1},      {2, 2},
+                                              {1000, 1000}, {1001, 1000}, {5000, 1000}};
+  for (const auto& [limit, entries] : rows) {
+    EXPECT_EQ(store_.list_journal(limit, "").size(), entries) << limit;
+    EXPECT_EQ(store_.list_journal(limit, "c").size(), entries) << limit;
   }
 }
 

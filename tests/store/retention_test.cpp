@@ -1,12 +1,4 @@
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <random>
-#include <thread>
 
 #include "store/connection.h"
 #include "store/statement.h"
@@ -25,42 +17,36 @@ class Retention : public StoreScene {
   /// `rows` of every kind that a busy agent writes: results, journal entries, both queues with a
   /// tenth of their rows pending, and incidents, a tenth of them open, with a trail of 3 events.
   void work(int rows) {
-    const std::string numbers =
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<" +
-        std::to_string(rows) + ") INSERT INTO ";
-    const std::string name = "hex(randomblob(8))";
-    const std::string text = "hex(zeroblob(200))";
-    query(numbers + "check_results(check_type, check_name, target, state, level, message, value, " +
-          "created_at) SELECT 'disk', 'name', '/', 'ok', 'info', " + text +
-          ", i, printf('%09d', 99999-i) FROM n;" + numbers +
-          "agent_journal(category, action, status, details, created_at) SELECT 'c', 'a', " +
-          "'ok', " + text + ", printf('%09d', 99999-i) FROM n;" + numbers +
-          "notification_queue(kind, payload, status, created_at) SELECT 'k', " + text +
-          ", CASE i%10 WHEN 0 THEN 'pending' WHEN 1 THEN 'expired' ELSE 'sent' END, 't' FROM n;" +
-          numbers + "vorn_sync_queue(event_id, payload, status, created_at) SELECT " + name + ", " +
-          text + ", iif(i%10, 'sent', 'pending'), 't' FROM n;" + numbers +
-          "incidents(id, fingerprint, check_type, check_name, target, level, status, title, "
-          "message, current_value, first_seen_at, last_seen_at) SELECT " +
-          name +
-          ", 'f', 'disk', 'name', '/', 'info', CASE i%10 WHEN 0 THEN 'snoozed' WHEN 1 THEN " +
-          "'auto_resolved' ELSE 'resolved' END, 't', " + text + ", '', '', printf('%09d', " +
-          std::to_string(rows) + " + 1 - i) FROM n;" +
-          "INSERT OR IGNORE INTO incident_events(event_id, incident_id, type, " +
-          "created_at, payload) SELECT id || '/' || e.column1, id, 'opened', 't', 'p' " +
-          "FROM incidents, (VALUES(1), (2), (3)) AS e");
+    query(
+        "CREATE TEMP TABLE n AS WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n "
+        "WHERE i<" +
+        std::to_string(rows) +
+        R"() SELECT i, hex(randomblob(8)) AS name, hex(zeroblob(200)) AS text FROM n;
+INSERT INTO check_results(check_type, check_name, target, state, level, message, value, created_at)
+  SELECT 'disk', 'name', '/', 'ok', 'info', text, i, printf('%09d', 99999-i) FROM n;
+INSERT INTO agent_journal(category, action, status, details, created_at)
+  SELECT 'c', 'a', 'ok', text, printf('%09d', 99999-i) FROM n;
+INSERT INTO notification_queue(kind, payload, status, created_at)
+  SELECT 'k', text, CASE i%10 WHEN 0 THEN 'pending' WHEN 1 THEN 'expired' ELSE 'sent' END, 't' FROM n;
+INSERT INTO vorn_sync_queue(event_id, payload, status, created_at)
+  SELECT name, text, iif(i%10, 'sent', 'pending'), 't' FROM n;
+INSERT INTO incidents SELECT name, 'f', 'disk', 'name', '/', 'info',
+  CASE i%10 WHEN 0 THEN 'snoozed' WHEN 1 THEN 'auto_resolved' ELSE 'resolved' END,
+  't', text, '', '', printf('%09d', max(i) OVER () + 1 - i), '', 0 FROM n;
+INSERT INTO incident_events(event_id, incident_id, type, created_at, payload)
+  SELECT name || '/' || e.column1, name, 'opened', 't', 'p' FROM n, (VALUES(1), (2), (3)) AS e)");
     store_.set_state("state" + std::to_string(++works_), "kept");
     store_.set_state("empty", "");
   }
   /// What must never be given up for space.
   std::string kept() const {
-    return query(
-        "SELECT (SELECT group_concat(event_id) FROM (SELECT event_id FROM vorn_sync_queue WHERE "
-        "status='pending' ORDER BY 1)), (SELECT group_concat(id) FROM notification_queue WHERE "
-        "status='pending'), (SELECT group_concat(id) FROM (SELECT id FROM incidents WHERE status "
-        "NOT IN ('resolved','auto_resolved') ORDER BY 1)), (SELECT group_concat(event_id) FROM "
-        "(SELECT event_id FROM incident_events JOIN incidents ON id=incident_id WHERE status NOT "
-        "IN ('resolved','auto_resolved') ORDER BY 1)), (SELECT group_concat(key || length(value)) "
-        "FROM agent_state)");
+    return query(R"(
+SELECT event_id FROM vorn_sync_queue WHERE status='pending' ORDER BY 1;
+SELECT id FROM notification_queue WHERE status='pending' ORDER BY 1;
+CREATE TEMP VIEW open AS SELECT id FROM incidents WHERE status NOT IN ('resolved','auto_resolved');
+SELECT id FROM open ORDER BY 1;
+SELECT event_id FROM incident_events WHERE incident_id IN (SELECT id FROM open) ORDER BY 1;
+SELECT key || length(value) FROM agent_state ORDER BY 1)");
   }
   std::string counts() const {
     return query(
@@ -77,20 +63,14 @@ class Retention : public StoreScene {
 
 TEST_F(Retention, PruneKeepsTheResolvedOnesSeenLast) {
   work(10);  // 8 resolved, 1 auto-resolved, 1 open
-  const struct {
-    int keep;
-    const char* last_seen_at;
-  } rows[] = {{0, "1 2 3 4 5 6 7 8 9 10 "},
-              {-1, "1 2 3 4 5 6 7 8 9 10 "},
-              {9, "1 2 3 4 5 6 7 8 9 10 "},
-              {2, "1 9 10 "}};  // 1 is the open one
-  for (const auto& row : rows) {
-    store_.prune_resolved_incidents(row.keep);
+  const std::string all = "1 2 3 4 5 6 7 8 9 10 ";
+  for (const auto& [keep, kept] : {std::pair(0, all), {-1, all}, {9, all}, {2, "1 9 10 "}}) {
+    store_.prune_resolved_incidents(keep);  // 1 is the open one
     std::string left;
     for (const Incident& incident : store_.list_incidents(-1)) {
       left.insert(0, std::to_string(std::stoi(incident.last_seen_at)) + ' ');
     }
-    EXPECT_EQ(left, row.last_seen_at) << row.keep;
+    EXPECT_EQ(left, kept) << keep;
   }
   EXPECT_EQ(query("SELECT count(*) FROM incident_events"), "30\n");  // until the store is compacted
 }
@@ -122,16 +102,17 @@ TEST_F(Retention, WithinItsLimitAStoreIsOnlyPruned) {
 TEST_F(Retention, TheGainTellsWhatARunWouldDelete) {
   work(2000);
   const auto rows = [&] {
-    return query(
-        "SELECT (SELECT count(*) FROM check_results) + (SELECT count(*) FROM agent_journal) + "
-        "(SELECT count(*) FROM incidents) + (SELECT count(*) FROM notification_queue) + "
-        "(SELECT count(*) FROM vorn_sync_queue)");
+    Texts cells = split(counts(), "|");
+    cells.erase(cells.begin() + 3);  // a trail goes one run later than its incident
+    int sum = 0;
+    for (const std::string& count : cells) sum += std::stoi(count);
+    return sum;
   };
   EXPECT_EQ(store_.maintenance_gain(10, 0).rows, 1790);  // resolved incidents, and no limit
-  const int before = std::stoi(rows());
+  const int before = rows();
   const MaintenanceGain gain = store_.maintenance_gain(10, 1);
   store_.run_maintenance(10, 1);
-  EXPECT_EQ(gain.rows, before - std::stoi(rows()));
+  EXPECT_EQ(gain.rows, before - rows());
   EXPECT_EQ(store_.maintenance_gain(10, 1).rows, 0);
   EXPECT_EQ(store_.maintenance_gain(10, 1).free_bytes, 0U);
   store_.exec("DELETE FROM check_results");
@@ -182,51 +163,4 @@ TEST_F(Retention, AFailingStatementEndsTheRunAndTheNextOneDoesTheRest) {
   query("DROP TRIGGER stop");
   store_.run_maintenance(1, 1);
   EXPECT_EQ(counts(), "100|100|11|33|10|10\n");
-}
-
-TEST_F(Retention, AKilledRunLosesNothingAndTheNextOneCompletes) {
-  const char* asked = std::getenv("ZUNOL_CRASH_ROUNDS");
-  const int rounds = asked != nullptr ? std::atoi(asked) : 5;
-  std::mt19937 random(20261123);
-  int killed = 0;
-  auto whole_run = std::chrono::nanoseconds::max();  // the shortest seen, the first from round 0
-  for (int round = 0; round < rounds; ++round) {
-    for (const char* table : {"check_results", "agent_journal", "notification_queue",
-                              "vorn_sync_queue", "incidents", "incident_events"}) {
-      store_.exec(std::string("DELETE FROM ") + table);
-    }
-    work(6000);
-    ASSERT_GT(store_.local_size_bytes(), 10 * mib);
-    const std::string before = kept();
-    store_.close();
-    const auto start = std::chrono::steady_clock::now();
-    const pid_t child = fork();
-    if (child == 0) {
-      SqliteStore(file_).run_maintenance(10, 10 * mib);
-      _exit(0);
-    }
-    if (round > 0) {
-      std::this_thread::sleep_for(whole_run / 100 * (random() % 100));
-      kill(child, SIGKILL);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    ASSERT_TRUE(WIFSIGNALED(status) ? WTERMSIG(status) == SIGKILL : WEXITSTATUS(status) == 0);
-    if (WIFSIGNALED(status)) {
-      ++killed;
-    } else {
-      whole_run =
-          std::min<std::chrono::nanoseconds>(whole_run, std::chrono::steady_clock::now() - start);
-    }
-    ASSERT_EQ(query("PRAGMA integrity_check"), "ok\n");
-    store_.open(file_);
-    ASSERT_EQ(kept(), before);
-  }
-  EXPECT_GT(killed, rounds / 6);
-  const std::string before = kept();
-  store_.run_maintenance(10, 1);
-  EXPECT_EQ(query("SELECT (SELECT count(*) FROM check_results), (SELECT count(*) FROM "
-                  "agent_journal), (SELECT count(*) FROM vorn_sync_queue WHERE status='sent')"),
-            "1000|1000|0\n");
-  EXPECT_EQ(kept(), before);
 }
