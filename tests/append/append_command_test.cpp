@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <csignal>
 
 #include "append/marker.h"
@@ -24,8 +22,6 @@ void expect_error(const ProcessResult& run, const std::string& message) {
   expect_run(run, 1, "ERROR: " + message + "\n");
 }
 
-const std::string other_id = "ZUNOL_VORN_EVENT_ID does not match event.event_id";
-
 }  // namespace
 
 TEST(AppendCommand, AppendsOnceAndLeavesAPrivateMarker) {
@@ -34,8 +30,7 @@ TEST(AppendCommand, AppendsOnceAndLeavesAPrivateMarker) {
   EXPECT_EQ(read_text_file(scene.marker()), "evt_1\n");
   EXPECT_EQ(mode_of(scene.marker()), 0600U);
   // Arguments change nothing.
-  expect_run(scene.run_command_only({ZUNOL_BIN_DIR "/zunol-vorn-append-event", "--help", "x"}), 0,
-             "");
+  expect_run(scene.sh("\"$append\" --help x"), 0, "");
   EXPECT_EQ(scene.calls(), 1U);
 }
 
@@ -45,47 +40,39 @@ TEST(AppendCommand, RunsOfOneEventAtOnceAppendItOnce) {
   scene.vorn["bridge_command"] = "'" ZUNOL_SOURCE_DIR "/backends/sqlite-ledger' \"$ledger\"";
   scene.write_config();
   write_text_file(scene.dir / "event.json", scene.event.dump());
-  const ProcessResult runs = scene.run_command_only(
-      {"/bin/sh", "-c",
-       "for i in 1 2 3 4 5 6; do " ZUNOL_BIN_DIR "/zunol-vorn-append-event & done\n"
-       "for i in 1 2 3 4 5 6; do wait %$i || exit; done"});
-  expect_run(runs, 0, "");
-  EXPECT_EQ(scene
-                .run_command_only({"/bin/sh", "-c",
-                                   "sqlite3 \"$ledger\" 'SELECT count(*), event_id FROM ledger'"})
-                .out,
+  expect_run(scene.sh("for i in 1 2 3 4 5 6; do \"$append\" & done\n"
+                      "for i in 1 2 3 4 5 6; do wait %$i || exit; done"),
+             0, "");
+  EXPECT_EQ(scene.sh("sqlite3 \"$ledger\" 'SELECT count(*), event_id FROM ledger'").out,
             "1|evt_1\n");
   EXPECT_EQ(read_text_file(scene.marker()), "evt_1\n");
 }
 
 TEST(AppendCommand, EventProblemsInTheirOrder) {
-  const struct {
-    std::map<std::string, std::string> environment;  ///< what changes in it
-    const char* event;                               ///< a merge patch
-    std::string message;
-  } rows[] = {
-      {{{"ZUNOL_VORN_EVENT_FILE", ""}, {"ZUNOL_VORN_EVENT_ID", ""}},
-       "{}",
-       "ZUNOL_VORN_EVENT_FILE is required"},
-      {{{"ZUNOL_VORN_EVENT_ID", ""}}, "{}", "ZUNOL_VORN_EVENT_ID is required"},
-      {{{"ZUNOL_VORN_EVENT_FILE", "/nowhere/./e"}}, "{}", "cannot read /nowhere/./e"},
-      {{{"ZUNOL_MONITORING_CONFIG", "/nowhere"}},
-       R"({"level":"Info"})",
-       "invalid event: level must be info, warning or critical"},
-      {{}, "[]", "invalid event: event must be a JSON object"},
-      {{}, R"({"type":"a\u0000b"})", "invalid event: unknown event type: a"s + '\0' + 'b'},
-      {{{"ZUNOL_VORN_EVENT_ID", "EVT_1"}}, "{}", other_id},
-      {{}, R"({"event_id":"evt_1\u0000x"})", other_id},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.message);
+  // What changes in the environment (JSON), a merge patch of the event, and the message.
+  for (const Texts& row : rows_of(R"(
+{"ZUNOL_VORN_EVENT_FILE": "", "ZUNOL_VORN_EVENT_ID": ""} => {} => ZUNOL_VORN_EVENT_FILE is required
+{"ZUNOL_VORN_EVENT_ID": ""} => {} => ZUNOL_VORN_EVENT_ID is required
+{"ZUNOL_VORN_EVENT_FILE": "/nowhere/./e"} => {} => cannot read /nowhere/./e
+{"ZUNOL_MONITORING_CONFIG": "/nowhere"} => {"level":"Info"} => invalid event: level must be info, warning or critical
+{} => [] => invalid event: event must be a JSON object
+{} => {"type":"a\u0000b"} => invalid event: unknown event type: a\0b
+{"ZUNOL_VORN_EVENT_ID": "EVT_1"} => {} => ZUNOL_VORN_EVENT_ID does not match event.event_id
+{} => {"event_id":"evt_1\u0000x"} => ZUNOL_VORN_EVENT_ID does not match event.event_id
+)",
+                                  "=>")) {
+    SCOPED_TRACE(row.at(2));
     AppendScene scene;
-    for (const auto& [name, value] : row.environment) scene.environment[name] = value;
-    scene.event.merge_patch(json::parse(row.event));
+    const json changed = json::parse(row[0]);
+    for (const auto& [name, value] : changed.items()) scene.environment[name] = value;
+    scene.event.merge_patch(json::parse(row[1]));
     // Faults of the configuration come later than all of these.
     write_text_file(scene.dir / "config.yaml", "vorn: {enabled: false}");
     write_text_file(scene.dir / "event.json", scene.event.dump());
-    expect_error(scene.run_command_only(), row.message);
+    std::string message = row[2];
+    if (const auto zero = message.find("\\0"); zero != message.npos)
+      message.replace(zero, 2, 1, '\0');
+    expect_error(scene.run_command_only(), message);
   }
 }
 
@@ -100,49 +87,44 @@ TEST(AppendCommand, AnEventThatIsNoJsonFailsInTheParsersWords) {
 }
 
 TEST(AppendCommand, GatesAndBackendsInTheirOrder) {
-  const struct {
-    std::string vorn;     ///< a merge patch of the section
-    const char* backend;  ///< in the environment
-    int status;
-    std::string err;
-  } rows[] = {
-      {R"({"enabled":false,"history_block_id":""})", "", 1, "ERROR: vorn.enabled=false\n"},
-      {R"({"history_block_id":"","wallet_file":""})", "", 1,
-       "ERROR: vorn.history_block_id is required for production append\n"},
-      {R"({"wallet_file":"","bridge_command":""})", "", 1,
-       "ERROR: vorn.wallet_file is required for production append\n"},
-      {R"({"bridge_command":""})", "", 1,
-       "ERROR: VORN append backend is not configured; set vorn.bridge_command or "
-       "ZUNOL_VORN_APPEND_BACKEND\n"},
-      // What loads runs, valid or not. A value of null reads as the text "null".
-      {R"({"max_batch":5000,"transport":"pigeon","wallet_file":null})", "", 0, ""},
-      // A failing backend explains itself.
-      {R"({"bridge_command":"echo out; echo err >&2; exit 3"})", "", 3, "out\nerr\n"},
-      {R"({"bridge_command":"printf 'no line feed'; exit 255"})", "", 255, "no line feed"},
-      {R"({"bridge_command":"true; false"})", "", 1, ""},
-      // The environment's backend wins. Only its first command gets the variables.
-      {"{}", "exit 4", 4, ""},
-      {"{}", "sh -c 'echo $ZUNOL_VORN_WALLET_FILE'; echo second $ZUNOL_VORN_WALLET_FILE; exit 1", 1,
-       "wallet\nsecond\n"},
-      // What no shell can be given.
-      {R"({"wallet_file":"a\u0000b"})", "", 1, "ERROR: cannot run command\n"},
-      {R"({"history_block_id":"a\u0000b"})", "", 1, "ERROR: cannot run command\n"},
-      {R"({"bridge_command":"a\u0000b"})", "", 1, "ERROR: cannot run command\n"},
-      {"{\"wallet_file\":\"" + std::string(200000, 'x') + "\"}", "", 1,
-       "ERROR: cannot run command\n"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.vorn.substr(0, 80) + row.backend);
+  std::vector<Texts> rows = rows_of(R"(
+// A merge patch of the section, the backend of the environment, the status, and standard error.
+{"enabled":false,"history_block_id":""} => => 1 => ERROR: vorn.enabled=false\n
+{"history_block_id":"","wallet_file":""} => => 1 => ERROR: vorn.history_block_id is required for production append\n
+{"wallet_file":"","bridge_command":""} => => 1 => ERROR: vorn.wallet_file is required for production append\n
+{"bridge_command":""} => => 1 => ERROR: VORN append backend is not configured; set vorn.bridge_command or ZUNOL_VORN_APPEND_BACKEND\n
+// What loads runs, valid or not. A value of null reads as the text "null".
+{"max_batch":5000,"transport":"pigeon","wallet_file":null} => => 0 =>
+// A failing backend explains itself.
+{"bridge_command":"echo out; echo err >&2; exit 3"} => => 3 => out\nerr\n
+{"bridge_command":"printf 'no line feed'; exit 255"} => => 255 => no line feed
+{"bridge_command":"true; false"} => => 1 =>
+// The environment's backend wins. Only its first command gets the variables.
+{} => exit 4 => 4 =>
+{} => sh -c 'echo $ZUNOL_VORN_WALLET_FILE'; echo second $ZUNOL_VORN_WALLET_FILE; exit 1 => 1 => wallet\nsecond\n
+// What no shell can be given.
+{"wallet_file":"a\u0000b"} => => 1 => ERROR: cannot run command\n
+{"history_block_id":"a\u0000b"} => => 1 => ERROR: cannot run command\n
+{"bridge_command":"a\u0000b"} => => 1 => ERROR: cannot run command\n
+)",
+                                    "=>");
+  rows.push_back({"{\"wallet_file\":\"" + std::string(200000, 'x') + "\"}", "", "1",
+                  "ERROR: cannot run command\\n"});
+  for (Texts& row : rows) {
+    SCOPED_TRACE(row.at(0).substr(0, 80) + row.at(1));
+    const int status = std::stoi(row.at(2));
+    std::string& err = row.at(3);
+    while (err.find("\\n") != err.npos) err.replace(err.find("\\n"), 2, "\n");
     AppendScene scene;
-    scene.vorn.merge_patch(json::parse(row.vorn));
-    scene.environment["ZUNOL_VORN_APPEND_BACKEND"] = row.backend;
-    expect_run(scene.run(), row.status, row.err);
-    EXPECT_EQ(fs::exists(scene.dir / "state"), row.status == 0);
-    EXPECT_EQ(scene.calls(), row.status == 0 ? 1U : 0U);
+    scene.vorn.merge_patch(json::parse(row[0]));
+    scene.environment["ZUNOL_VORN_APPEND_BACKEND"] = row[1];
+    expect_run(scene.run(), status, err);
+    EXPECT_EQ(fs::exists(scene.dir / "state"), status == 0);
+    EXPECT_EQ(scene.calls(), status == 0 ? 1U : 0U);
     // The gates stand before the marker, all about the backend stands behind it.
     write_text_file(scene.marker(), "");
-    const bool gate = row.err.starts_with("ERROR: vorn.");
-    expect_run(scene.run(), gate ? 1 : 0, gate ? row.err : "");
+    const bool gate = err.starts_with("ERROR: vorn.");
+    expect_run(scene.run(), gate ? 1 : 0, gate ? err : "");
   }
   AppendScene killed;
   killed.vorn["bridge_command"] = "kill -9 $PPID $$";
@@ -188,22 +170,15 @@ TEST(AppendCommand, TheMarkerCountsByBeingThere) {
 
 TEST(AppendCommand, TheLedgerLiesBesideTheDatabase) {
   const std::string fixed = "/var/lib/zunol/monitoring-agent/vorn-bridge-ledger/evt_a_b.ok";
-  const struct {
-    const char* local_db;
-    std::string marker;
-  } rows[] = {
-      {"/var/lib/zunol/monitoring-agent/agent.db", fixed},
-      {"agent.db", fixed},
-      {"", fixed},
-      {"/agent.db", "/vorn-bridge-ledger/evt_a_b.ok"},
-      {"./agent.db", "./vorn-bridge-ledger/evt_a_b.ok"},
-      {"data/agent.db", "data/vorn-bridge-ledger/evt_a_b.ok"},
-      {"a/../agent.db", "a/../vorn-bridge-ledger/evt_a_b.ok"},
-  };
   const auto marker = [](const std::string& local_db) {
     return zunol_monitoring::marker_path({.local_db = local_db}, "evt_a:b").string();
   };
-  for (const auto& row : rows) EXPECT_EQ(marker(row.local_db), row.marker);
+  for (const char* local_db : {"/var/lib/zunol/monitoring-agent/agent.db", "agent.db", ""}) {
+    EXPECT_EQ(marker(local_db), fixed);
+  }
+  for (const std::string directory : {"/", "./", "data/", "a/../"}) {
+    EXPECT_EQ(marker(directory + "agent.db"), directory + "vorn-bridge-ledger/evt_a_b.ok");
+  }
   EXPECT_EQ(error_of([&] { marker("/tmp\0/agent.db"s); }), "storage.local_db holds a zero byte");
 }
 
@@ -251,11 +226,9 @@ TEST(AppendCommand, DeepAndLargeEventsAreOnlyEvents) {
 
 TEST(AppendCommand, WhatTheParentIgnoresChangesNothing) {
   AppendScene scene;
-  const std::vector<std::string> ignoring = {"/usr/bin/env", "--ignore-signal=CHLD",
-                                             "--ignore-signal=PIPE",
-                                             ZUNOL_BIN_DIR "/zunol-vorn-append-event"};
+  const std::string ignoring = "exec env --ignore-signal=CHLD --ignore-signal=PIPE \"$append\"";
   scene.vorn["bridge_command"] = "grep ^SigIgn /proc/self/status; exit 6";
-  for (const ProcessResult& run : {scene.run(), scene.run_command_only(ignoring)}) {
+  for (const ProcessResult& run : {scene.run(), scene.sh(ignoring)}) {
     EXPECT_EQ(run.status, 6);
     ASSERT_TRUE(run.err.starts_with("SigIgn:\t")) << run.err;
     const unsigned long ignored = std::stoul(run.err.substr(8), nullptr, 16);
@@ -263,33 +236,28 @@ TEST(AppendCommand, WhatTheParentIgnoresChangesNothing) {
   }
   scene.vorn["bridge_command"] = "true";
   scene.write_config();
-  expect_run(scene.run_command_only(ignoring), 0, "");
+  expect_run(scene.sh(ignoring), 0, "");
 }
 
 TEST(AppendCommand, TheBackendInheritsInputAndDirectoryAndPathsAsHandedIn) {
-  const TempDir dir;
   AppendScene scene;
+  const fs::path dir = scene.dir.path();
   write_text_file(dir / "sub/input", "from the caller");
-  std::filesystem::create_directory_symlink(dir / "sub", dir / "link");
+  fs::create_directory_symlink(dir / "sub", dir / "link");
   // Normalised, this path would name another file.
-  const std::string event = (dir / "link/../event.json").string();
-  write_text_file(dir / "event.json", scene.event.dump());
-  scene.environment["ZUNOL_VORN_EVENT_FILE"] = event;
+  scene.environment["ZUNOL_VORN_EVENT_FILE"] = dir / "link/../event.json";
   scene.vorn["bridge_command"] = "sh -c 'cat; pwd; echo \"$ZUNOL_VORN_EVENT_FILE\"; exit 1'";
   scene.write_config();
-  const ProcessResult run =
-      scene.run_command_only({"/bin/sh", "-c",
-                              "cd " + dir.path().string() +
-                                  "; exec " ZUNOL_BIN_DIR "/zunol-vorn-append-event <sub/input"});
-  expect_run(run, 1, "from the caller" + dir.path().string() + "\n" + event + "\n");
+  write_text_file(dir / "event.json", scene.event.dump());
+  expect_run(scene.sh("cd " + dir.string() + "; exec \"$append\" <sub/input"), 1,
+             "from the caller" + dir.string() + "\n" + dir.string() + "/link/../event.json\n");
 }
 
 TEST(AppendCommand, ALimitOnTheSizeOfFilesIsNoSignal) {
   const AppendScene scene;
   scene.run();
-  std::filesystem::remove(scene.marker());
-  const ProcessResult run = scene.run_command_only(
-      {"/bin/sh", "-c", "ulimit -f 0; exec " ZUNOL_BIN_DIR "/zunol-vorn-append-event"});
+  fs::remove(scene.marker());
+  const ProcessResult run = scene.sh("ulimit -f 0; exec \"$append\"");
   EXPECT_LT(run.status, 1000) << "ended by signal " << run.status - 1000;
 }
 
@@ -297,8 +265,7 @@ TEST(AppendCommand, AReaderOfStandardErrorThatIsGoneDoesNotEndTheRunBySignal) {
   AppendScene scene;
   scene.vorn["bridge_command"] = "head -c 200000 /dev/zero | tr '\\0' x; exit 7";
   scene.run();
-  const std::string line = "{ " ZUNOL_BIN_DIR "/zunol-vorn-append-event 2>&1; echo $? >" +
-                           (scene.dir / "status").string() + "; } | true";
-  scene.run_command_only({"/bin/sh", "-c", line});
-  EXPECT_EQ(read_text_file(scene.dir / "status"), "7\n");
+  const fs::path status = scene.dir / "status";
+  scene.sh("{ \"$append\" 2>&1; echo $? >" + status.string() + "; } | true");
+  EXPECT_EQ(read_text_file(status), "7\n");
 }

@@ -20,7 +20,8 @@ struct AppendScene {
       {"PATH", "/usr/bin:/bin"},
       {"ZUNOL_MONITORING_CONFIG", dir / "config.yaml"},
       {"ZUNOL_VORN_EVENT_FILE", dir / "event.json"},
-      {"ZUNOL_VORN_EVENT_ID", "evt_1"}};
+      {"ZUNOL_VORN_EVENT_ID", "evt_1"},
+      {"append", ZUNOL_BIN_DIR "/zunol-vorn-append-event"}};
   /// The section vorn of the configuration.
   nlohmann::json vorn = {{"enabled", true},
                          {"history_block_id", "block"},
@@ -35,8 +36,7 @@ struct AppendScene {
   std::size_t calls() const {
     const auto file = dir / "calls";
     if (!std::filesystem::exists(file)) return 0;
-    const std::string lines = zunol_monitoring::read_text_file(file);
-    return static_cast<std::size_t>(std::ranges::count(lines, '\n'));
+    return lines_of(zunol_monitoring::read_text_file(file)).size();
   }
 
   /// Writes the configuration and the event as they now are, and runs the command.
@@ -45,9 +45,12 @@ struct AppendScene {
     zunol_monitoring::write_text_file(environment.at("ZUNOL_VORN_EVENT_FILE"), event.dump());
     return run_command_only();
   }
-  ProcessResult run_command_only(const std::vector<std::string>& arguments = {
-                                     ZUNOL_BIN_DIR "/zunol-vorn-append-event"}) const {
-    return run_process(arguments, environment);
+  ProcessResult run_command_only() const {
+    return run_process({environment.at("append")}, environment);
+  }
+  /// Runs a shell line in which $append is the command.
+  ProcessResult sh(const std::string& line) const {
+    return run_process({"/bin/sh", "-c", line}, environment);
   }
   void write_config() const {
     const nlohmann::json config = {{"storage", {{"local_db", local_db}}}, {"vorn", vorn}};
