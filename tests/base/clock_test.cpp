@@ -64,17 +64,18 @@ TEST(Clock, IdsHaveOneShape) {
 TEST(Clock, IdsOfManyThreadsDiffer) {
   std::mutex mutex;
   std::set<std::string> ids;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int j = 0; j < 2000; ++j) {
-        const std::string id = make_id("evt");
-        const std::lock_guard lock(mutex);
-        ids.insert(id);
-      }
-    });
+  {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&] {
+        for (int j = 0; j < 2000; ++j) {
+          const std::string id = make_id("evt");
+          const std::lock_guard lock(mutex);
+          ids.insert(id);
+        }
+      });
+    }
   }
-  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(ids.size(), 8000U);
 }
 

@@ -1,7 +1,5 @@
 #include "zunol_monitoring/base/command_runner.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
 
 #include "tests/support.h"
@@ -29,26 +27,20 @@ TEST(CommandRunner, AnyBytesReachTheChildUnchanged) {
 
 TEST(CommandRunner, StatusAndOutput) {
   const std::string megabyte(1000000, 'x');
-  const auto sh = [](const char* line) { return std::vector<std::string>{"/bin/sh", "-c", line}; };
-  const struct {
-    std::vector<std::string> arguments;
-    int exit_code;
-    std::string output;
-    std::string error;
-  } rows[] = {
-      {{}, 1, "", "empty command"},
-      {sh("echo out; echo err >&2"), 0, "out\nerr\n", ""},
-      {sh("echo err >&2; exit 3"), 3, "err\n", "err\n"},
-      {sh("exit 255"), 255, "", ""},
-      {sh("printf 'a\\0lost\\nb'"), 0, "ab", ""},  // a zero byte loses the rest of its line
-      {sh("head -c 1000000 /dev/zero | tr '\\0' x; exit 1"), 1, megabyte, megabyte},
+  const auto expect = [](const Texts& arguments, int exit_code, const std::string& output,
+                         const std::string& error) {
+    const CommandResult result = run_command(arguments);
+    EXPECT_EQ(result.exit_code, exit_code) << output;
+    EXPECT_EQ(result.output, output);
+    EXPECT_EQ(result.error, error);
   };
-  for (const auto& row : rows) {
-    const CommandResult result = run_command(row.arguments);
-    EXPECT_EQ(result.exit_code, row.exit_code) << row.output;
-    EXPECT_EQ(result.output, row.output);
-    EXPECT_EQ(result.error, row.error);
-  }
+  const auto sh = [](const char* line) { return Texts{"/bin/sh", "-c", line}; };
+  expect({}, 1, "", "empty command");
+  expect(sh("echo out; echo err >&2"), 0, "out\nerr\n", "");
+  expect(sh("echo err >&2; exit 3"), 3, "err\n", "err\n");
+  expect(sh("exit 255"), 255, "", "");
+  expect(sh("printf 'a\\0lost\\nb'"), 0, "ab", "");  // a zero byte loses the rest of its line
+  expect(sh("head -c 1000000 /dev/zero | tr '\\0' x; exit 1"), 1, megabyte, megabyte);
 }
 
 TEST(CommandRunner, OneArgumentWithABlankIsOneProgram) {

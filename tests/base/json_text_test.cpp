@@ -1,7 +1,5 @@
 #include "base/json_text.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -13,23 +11,21 @@ using nlohmann::json;
 TEST(JsonText, IsWhatTheLibraryWrites) {
   json every_byte = json::array();
   for (char byte = 0; byte < 127; ++byte) every_byte.push_back(std::string("a") + byte + "b");
-  const json rows[] = {
-      nullptr,
-      true,
-      -5,
-      std::numeric_limits<std::uint64_t>::max(),
-      91.5,
-      1e300,
-      std::numeric_limits<double>::infinity(),
-      "",
-      "é\u2028\U0001F600\x7f",
-      json::array(),
-      json::object(),
-      json::binary({1, 2}),
-      {1, {2, {}, {3}}, "x"},
-      {{"", ""}, {"a\"b\\", {{"c\n", json::object()}, {"d", {1, 2}}}}, {"ü", false}},
-      every_byte,
-  };
+  const json rows = {nullptr,
+                     true,
+                     -5,
+                     std::numeric_limits<std::uint64_t>::max(),
+                     91.5,
+                     1e300,
+                     std::numeric_limits<double>::infinity(),
+                     "",
+                     "é\u2028\U0001F600\x7f",
+                     json::array(),
+                     json::object(),
+                     json::binary({1, 2}),
+                     {1, {2, {}, {3}}, "x"},
+                     {{"", ""}, {"a\"b\\", {{"c\n", json::object()}, {"d", {1, 2}}}}, {"ü", false}},
+                     every_byte};
   for (const json& row : rows) EXPECT_EQ(compact_json(row), row.dump());
 }
 

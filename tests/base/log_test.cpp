@@ -1,7 +1,5 @@
 #include "zunol_monitoring/base/log.h"
 
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -33,22 +31,15 @@ class Log : public testing::Test {
 }  // namespace
 
 TEST_F(Log, PlainLines) {
-  const struct {
-    LogLevel level;
-    const char* message;
-    const char* line;
-  } rows[] = {
-      {LogLevel::Info, "text", "INFO text\n"},
-      {LogLevel::Warn, "two\nlines", "WARN two\nlines\n"},
-      {LogLevel::Error, "", "ERROR \n"},
-      {static_cast<LogLevel>(9), "x", "INFO x\n"},
+  const auto line_of = [](LogLevel level, const char* message) {
+    const std::string err = err_of([&] { log_message(level, message); });
+    EXPECT_TRUE(has_form(err.substr(0, 21), "9999-99-99T99:99:99Z ")) << err;
+    return err.substr(21);
   };
-  for (const auto& row : rows) {
-    const std::string err = err_of([&] { log_message(row.level, row.message); });
-    ASSERT_GT(err.size(), 21U);
-    EXPECT_TRUE(has_form(err.substr(0, 21), "9999-99-99T99:99:99Z "));
-    EXPECT_EQ(err.substr(21), row.line);
-  }
+  EXPECT_EQ(line_of(LogLevel::Info, "text"), "INFO text\n");
+  EXPECT_EQ(line_of(LogLevel::Warn, "two\nlines"), "WARN two\nlines\n");
+  EXPECT_EQ(line_of(LogLevel::Error, ""), "ERROR \n");
+  EXPECT_EQ(line_of(static_cast<LogLevel>(9), "x"), "INFO x\n");
 }
 
 TEST_F(Log, DebugIsSilentUntilItIsSet) {

@@ -1,7 +1,5 @@
 #include "zunol_monitoring/events/build_event.h"
 
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "base/json_depth.h"
@@ -29,39 +27,36 @@ json nested_arrays(int levels) {
 }  // namespace
 
 TEST(BuildEvent, LiftsTheReservedKeysAndKeepsTheRestAsPayload) {
-  const struct {
-    const char* data;
-    const char* payload;
-    const char* level;
-  } rows[] = {
-      {"5", R"({"value":5})", "info"},
-      {"null", R"({"value":null})", "info"},
-      {"[1]", R"({"value":[1]})", "info"},
-      {"{}", "{}", "info"},
-      {R"({"level":"warning","disk":"/"})", R"({"disk":"/"})", "warning"},
-      {R"({"level":3,"disk":"/"})", R"({"disk":"/"})", "info"},
-      {R"({"schema":"x","agent_id":"x","project_id":"x","server_name":"x","type":"x","a":1})",
-       R"({"a":1})", "info"},
-      {R"({"payload":{"a":1}})", R"({"a":1})", "info"},
-      {R"({"payload":null})", "{}", "info"},
-      {R"({"payload":7})", "7", "info"},
-      {R"({"payload":{"a":1},"extra":2})", R"({"payload":{"a":1},"extra":2})", "info"},
-      {R"({"payload":{"a":1},"level":"critical"})", R"({"a":1})", "critical"},
-  };
-  for (const auto& row : rows) {
-    const json data = json::parse(row.data);
-    for (const json& event : {build_event(identity(), "test_event", data),
-                              build_event(identity(), "test_event", json(data))}) {
-      EXPECT_EQ(event["payload"], json::parse(row.payload)) << row.data;
-      EXPECT_EQ(event["level"], row.level) << row.data;
-      EXPECT_EQ(event["schema"], "zunol.monitoring.event.v1");
-      EXPECT_EQ(event["agent_id"], "agent");
-      EXPECT_EQ(event["project_id"], "project");
-      EXPECT_EQ(event["server_name"], "server");
-      EXPECT_EQ(event["type"], "test_event");
-      EXPECT_EQ(event.size(), 9U);
+  // The data, and the payload and level of the event.
+  for (const Texts& row : rows_of(R"(
+5 => {"value":5} => info
+null => {"value":null} => info
+[1] => {"value":[1]} => info
+{} => {} => info
+{"level":"warning","disk":"/"} => {"disk":"/"} => warning
+{"level":3,"disk":"/"} => {"disk":"/"} => info
+{"schema":"x","agent_id":"x","project_id":"x","server_name":"x","type":"x","a":1} => {"a":1} => info
+{"payload":{"a":1}} => {"a":1} => info
+{"payload":null} => {} => info
+{"payload":7} => 7 => info
+{"payload":{"a":1},"extra":2} => {"payload":{"a":1},"extra":2} => info
+{"payload":{"a":1},"level":"critical"} => {"a":1} => critical
+)",
+                                  "=>")) {
+    const json data = json::parse(row.at(0));
+    for (json event : {build_event(identity(), "test_event", data),
+                       build_event(identity(), "test_event", json(data))}) {
+      for (const char* made : {"event_id", "created_at"}) EXPECT_EQ(event.erase(made), 1U);
+      EXPECT_EQ(event, json({{"schema", "zunol.monitoring.event.v1"},
+                             {"agent_id", "agent"},
+                             {"project_id", "project"},
+                             {"server_name", "server"},
+                             {"type", "test_event"},
+                             {"level", row.at(2)},
+                             {"payload", json::parse(row[1])}}))
+          << row[0];
     }
-    EXPECT_EQ(data, json::parse(row.data));  // which stays the caller's
+    EXPECT_EQ(data, json::parse(row[0]));  // which stays the caller's
   }
 }
 

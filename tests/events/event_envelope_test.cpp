@@ -1,10 +1,8 @@
 #include "zunol_monitoring/events/event_envelope.h"
 
-#include <gtest/gtest.h>
-
-#include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
+
+#include "tests/support.h"
 
 using namespace zunol_monitoring;
 using nlohmann::json;
@@ -35,13 +33,13 @@ TEST(EventEnvelope, GoodEventsPass) {
     event["level"] = level;
     EXPECT_EQ(validate_event(event), std::nullopt) << level;
   }
-  std::istringstream words(
+  const Texts types = split(
       "agent_started agent_stopped agent_iteration_failed check_failed check_recovered "
       "incident_acknowledged incident_auto_resolved incident_created incident_escalated "
       "incident_investigating incident_muted incident_resolved incident_snoozed "
       "telegram_action_received telegram_notification_failed telegram_notification_sent "
-      "test_event");
-  const std::vector<std::string> types{std::istream_iterator<std::string>(words), {}};
+      "test_event",
+      " ");
   EXPECT_EQ(known_event_types(), types);
   for (const std::string& type : types) {
     event["type"] = type;
@@ -61,34 +59,35 @@ TEST(EventEnvelope, TheFirstFaultIsTheReason) {
                                          : std::string("field must be a non-empty string: ") + key);
   }
   // Each row changes a good event by a merge patch: null removes a key.
-  const struct {
-    const char* change;
-    const char* reason;
-  } rows[] = {
-      {R"({"payload":null,"type":"nonsense","schema":1})", "missing required field: payload"},
-      {R"({"server_name":null,"project_id":null})", "missing required field: project_id"},
-      {R"({"created_at":null,"level":null})", "missing required field: level"},
-      {R"({"schema":"zunol.monitoring.event.v1x"})",
-       "unsupported schema: zunol.monitoring.event.v1x"},
-      {R"({"schema":1,"event_id":""})", "field must be a non-empty string: schema"},
-      {R"({"schema":"","event_id":""})", "unsupported schema: "},
-      {R"({"schema":"v2","event_id":""})", "unsupported schema: v2"},
-      {R"({"event_id":"","created_at":""})", "field must be a non-empty string: event_id"},
-      {R"({"agent_id":7})", "field must be a non-empty string: agent_id"},
-      {R"({"project_id":[]})", "field must be a non-empty string: project_id"},
-      {R"({"server_name":""})", "field must be a non-empty string: server_name"},
-      {R"({"type":""})", "field must be a non-empty string: type"},
-      {R"({"level":true})", "field must be a non-empty string: level"},
-      {R"({"created_at":"","type":"nonsense"})", "field must be a non-empty string: created_at"},
-      {R"({"type":"Agent_started","level":"x"})", "unknown event type: Agent_started"},
-      {R"({"level":"Info","payload":1})", "level must be info, warning or critical"},
-      {R"({"payload":[]})", "payload must be a JSON object"},
-  };
-  for (const auto& row : rows) {
+  for (const Texts& row : rows_of(R"(
+{"payload":null,"type":"nonsense","schema":1} => missing required field: payload
+{"server_name":null,"project_id":null} => missing required field: project_id
+{"created_at":null,"level":null} => missing required field: level
+{"schema":"zunol.monitoring.event.v1x"} => unsupported schema: zunol.monitoring.event.v1x
+{"schema":1,"event_id":""} => field must be a non-empty string: schema
+{"schema":"v2","event_id":""} => unsupported schema: v2
+{"event_id":"","created_at":""} => field must be a non-empty string: event_id
+{"agent_id":7} => field must be a non-empty string: agent_id
+{"project_id":[]} => field must be a non-empty string: project_id
+{"server_name":""} => field must be a non-empty string: server_name
+{"type":""} => field must be a non-empty string: type
+{"level":true} => field must be a non-empty string: level
+{"created_at":"","type":"nonsense"} => field must be a non-empty string: created_at
+{"type":"Agent_started","level":"x"} => unknown event type: Agent_started
+{"level":"Info","payload":1} => level must be info, warning or critical
+{"payload":[]} => payload must be a JSON object
+)",
+                                  "=>")) {
     json event = good_event();
-    event.merge_patch(json::parse(row.change));
-    EXPECT_EQ(validate_event(event), row.reason) << row.change;
+    event.merge_patch(json::parse(row.at(0)));
+    EXPECT_EQ(validate_event(event), row[1]) << row[0];
   }
+  json event = good_event();
+  event["schema"] = "";
+  EXPECT_EQ(validate_event(event), "unsupported schema: ");
+  event = good_event();
+  event["type"] = std::string("a\0b", 3);  // a reason keeps zero bytes
+  EXPECT_EQ(validate_event(event), std::string("unknown event type: a\0b", 23));
 }
 
 TEST(EventEnvelope, OnlyObjectsAreEvents) {
@@ -96,10 +95,4 @@ TEST(EventEnvelope, OnlyObjectsAreEvents) {
     EXPECT_EQ(validate_event(json::parse(text)), "event must be a JSON object") << text;
   }
   EXPECT_EQ(validate_event(json::object()), "missing required field: schema");
-}
-
-TEST(EventEnvelope, AReasonKeepsZeroBytes) {
-  json event = good_event();
-  event["type"] = std::string("a\0b", 3);
-  EXPECT_EQ(validate_event(event), std::string("unknown event type: a\0b", 23));
 }

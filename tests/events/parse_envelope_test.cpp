@@ -1,7 +1,5 @@
 #include "events/parse_envelope.h"
 
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "events/shorten_strings.h"
@@ -27,24 +25,18 @@ std::string long_event(std::string_view members) {
 }  // namespace
 
 TEST(ParseEnvelope, KeepsTheTopLevelAndEmptiesWhatIsBelow) {
-  const struct {
-    const char* text;
-    const char* envelope;
-  } rows[] = {
-      {"null", "null"},
-      {" \"text\" ", "\"text\""},
-      {"-1", "-1"},
-      {"[1,{\"a\":2}]", "[]"},
-      {"{}", "{}"},
-      {R"({"s":"t","u":1,"i":-1,"f":1.5,"b":true,"n":null})",
-       R"({"s":"t","u":1,"i":-1,"f":1.5,"b":true,"n":null})"},
-      {R"({"o":{"a":{"b":[1]},"c":"x"},"a":[[],{"z":1}],"last":"kept"})",
-       R"({"o":{},"a":[],"last":"kept"})"},
-      {R"({"k":{"a":1},"k":"the last of one key counts"})",
-       R"({"k":"the last of one key counts"})"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(parse_envelope(row.text), json::parse(row.envelope)) << row.text;
+  for (const Texts& row : rows_of(R"(
+null => null
+ "text"  => "text"
+-1 => -1
+[1,{"a":2}] => []
+{} => {}
+{"s":"t","u":1,"i":-1,"f":1.5,"b":true,"n":null} => {"s":"t","u":1,"i":-1,"f":1.5,"b":true,"n":null}
+{"o":{"a":{"b":[1]},"c":"x"},"a":[[],{"z":1}],"last":"kept"} => {"o":{},"a":[],"last":"kept"}
+{"k":{"a":1},"k":"the last of one key counts"} => {"k":"the last of one key counts"}
+)",
+                                  "=>")) {
+    EXPECT_EQ(parse_envelope(' ' + row.at(0) + ' '), json::parse(row[1])) << row[0];
   }
 }
 
@@ -65,22 +57,17 @@ TEST(ParseEnvelope, DepthCostsNoStack) {
 }
 
 TEST(ParseEnvelope, TakesLongStringsAsTheyWere) {
-  const struct {
-    const char* members;
-    const char* envelope;
-  } rows[] = {
-      {R"("a":"@","@":1)", R"({"long":{},"a":"@","@":1})"},
-      {R"("@b":1,"@c":2,"@b":"@")", R"({"long":{},"@b":"@","@c":2})"},
-      {R"("a":{"@":"@","k":["@\"}]@",{"@\\":"@\u00e9@"}]},"b":"@")",
-       R"({"long":{},"a":{},"b":"@"})"},
-      {R"("a":{"k":"\"[{"},"b":{"k":"\"[{"},"c":"@")", R"({"long":{},"a":{},"b":{},"c":"@"})"},
-      {"\"a\":[\"@\u00fc@\u00fc\x7f\",\"\\ud83d\\ude00@\"],\"b\":\"@\"",
-       R"({"long":{},"a":[],"b":"@"})"},
-  };
-  for (const auto& row : rows) {
-    const std::string text = long_event(row.members);
-    ASSERT_LT(shorten_strings(text, 65536).value_or(text).size(), 10000U) << row.members;
-    EXPECT_EQ(parse_envelope(text), json::parse(spread(row.envelope))) << row.members;
+  for (const Texts& row : rows_of(R"(
+"a":"@","@":1 => {"long":{},"a":"@","@":1}
+"@b":1,"@c":2,"@b":"@" => {"long":{},"@b":"@","@c":2}
+"a":{"@":"@","k":["@\"}]@",{"@\\":"@\u00e9@"}]},"b":"@" => {"long":{},"a":{},"b":"@"}
+"a":{"k":"\"[{"},"b":{"k":"\"[{"},"c":"@" => {"long":{},"a":{},"b":{},"c":"@"}
+"a":["@ü@ü","\ud83d\ude00@"],"b":"@" => {"long":{},"a":[],"b":"@"}
+)",
+                                  "=>")) {
+    const std::string text = long_event(row.at(0));
+    ASSERT_LT(shorten_strings(text, 65536).value_or(text).size(), 10000U) << row[0];
+    EXPECT_EQ(parse_envelope(text), json::parse(spread(row[1]))) << row[0];
   }
   const std::string text = long_event(R"("a":1)");
   EXPECT_EQ(parse_envelope(text + std::string("\0}", 2)), parse_envelope(text));
