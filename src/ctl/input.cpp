@@ -15,7 +15,7 @@ namespace {
 /// How long a writer of a named pipe may say nothing.
 constexpr int longest_silence_ms = 10000;
 
-constexpr std::size_t mib = 1024 * 1024;
+constexpr std::size_t mib = 1024UL * 1024;
 
 class Input {
  public:

@@ -8,14 +8,14 @@ namespace {
 constexpr int rows_of_a_step = 1000;
 
 /// Why the row was not delivered, if it was not.
-std::optional<std::string> try_row(const Config& config, SqliteStore& store, const DueRow& row,
-                                   const DeliveryLimits& limits) {
+std::optional<std::string> try_row(const Config& config, SqliteStore& store,
+                                   const VornSyncItem& row, const DeliveryLimits& limits) {
   try {
-    deliver_event(config, row.item, limits);
-    mark_row_sent(store, row.id);
+    deliver_event(config, row, limits);
+    mark_row_sent(store, row.event_id);
     return std::nullopt;
   } catch (const std::exception& error) {
-    record_row_failure(store, row.id, error.what());
+    record_row_failure(store, row.event_id, error.what());
     return error.what();
   }
 }
@@ -35,7 +35,7 @@ void drain_due_rows(const Config& config, SqliteStore& store, const Drain& drain
     if (ids.empty()) return;
     for (const std::int64_t id : ids) {
       const auto row = find_due_row(store, id);
-      if (row && !drain.tell(row->item, try_row(config, store, *row, drain.limits))) return;
+      if (row && !drain.tell(*row, try_row(config, store, *row, drain.limits))) return;
     }
   }
 }

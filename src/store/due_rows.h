@@ -32,14 +32,13 @@ DueRowCursor begin_due_rows(SqliteStore& store);
 /// The next rows, at most `limit`, and the cursor behind them.
 std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& place, int limit);
 
-struct DueRow {
-  std::int64_t id = 0;
-  VornSyncItem item;
-};
 /// The row, where it is still pending.
-std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id);
-/// As mark_sync_event_sent and record_sync_failure.
-void mark_row_sent(SqliteStore& store, std::int64_t id);
-void record_row_failure(SqliteStore& store, std::int64_t id, const std::string& error);
+std::optional<VornSyncItem> find_due_row(SqliteStore& store, std::int64_t id);
+
+/// As mark_sync_event_sent and record_sync_failure, also for an id that is a blob. By the event's
+/// id, as a row id can be another event's by now. Marking raises std::runtime_error with "the row
+/// of this id cannot be marked" where no row has it.
+void mark_row_sent(SqliteStore& store, const std::string& event_id);
+void record_row_failure(SqliteStore& store, const std::string& event_id, const std::string& error);
 
 }  // namespace zunol_monitoring

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <stdexcept>
 
 #include "store/connection.h"
 #include "store/due_rows.h"
@@ -27,32 +28,34 @@ VornSyncItem read_item(const Statement& row) {
           .created_at = row.text(5)};
 }
 
-/// A row is named by a column and its value.
-template <class Value>
-void mark_sent(sqlite3* db, const std::string& column, const Value& value) {
+/// How a statement names its row: as text, or also where another hand has put the id as a blob.
+constexpr const char* text_id = "event_id=?";
+constexpr const char* any_id = "event_id IN (?, CAST(? AS BLOB))";
+
+template <class... Id>
+void mark_sent(sqlite3* db, const std::string& row, const Id&... id) {
   Statement(db,
             "UPDATE vorn_sync_queue SET status='sent', sent_at=?, next_attempt_at='', "
             "last_error='' WHERE " +
-                column + "=?")
-      .bind(utc_timestamp_iso(), value)
+                row)
+      .bind(utc_timestamp_iso(), id...)
       .run();
 }
 
-template <class Value>
-void record_failure(sqlite3* db, const std::string& column, const Value& value,
-                    const std::string& error) {
-  const int failures =
-      Statement(db, "SELECT attempt_count FROM vorn_sync_queue WHERE " + column + "=?")
-          .bind(value)
-          .first([](const Statement& row) { return row.integer(0); })
-          .value_or(0);
+template <class... Id>
+void record_failure(sqlite3* db, const std::string& error, const std::string& row,
+                    const Id&... id) {
+  const int failures = Statement(db, "SELECT attempt_count FROM vorn_sync_queue WHERE " + row)
+                           .bind(id...)
+                           .first([](const Statement& found) { return found.integer(0); })
+                           .value_or(0);
   const auto next_attempt =
       std::chrono::system_clock::now() + std::chrono::seconds(retry_delay_seconds(failures));
   Statement(db,
             "UPDATE vorn_sync_queue SET attempt_count=attempt_count+1, next_attempt_at=?, "
             "last_error=? WHERE " +
-                column + "=?")
-      .bind(utc_timestamp_iso(next_attempt), error, value)
+                row)
+      .bind(utc_timestamp_iso(next_attempt), error, id...)
       .run();
 }
 
@@ -82,11 +85,11 @@ std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_
 }
 
 void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
-  mark_sent(db, "event_id", event_id);
+  mark_sent(db, text_id, event_id);
 }
 
 void SqliteStore::record_sync_failure(const std::string& event_id, const std::string& error) {
-  record_failure(db, "event_id", event_id, error);
+  record_failure(db, error, text_id, event_id);
 }
 
 int make_rows_due(SqliteStore& store, int limit, bool all) {
@@ -136,18 +139,20 @@ std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& pla
   return ids;
 }
 
-std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id) {
+std::optional<VornSyncItem> find_due_row(SqliteStore& store, std::int64_t id) {
   Statement row(StoreConnection::of(store), select_pending + "AND rowid=?");
   if (!row.bind(id).next_or_raise()) return std::nullopt;
-  return DueRow{.id = id, .item = read_item(row)};
+  return read_item(row);
 }
 
-void mark_row_sent(SqliteStore& store, std::int64_t id) {
-  mark_sent(StoreConnection::of(store), "rowid", id);
+void mark_row_sent(SqliteStore& store, const std::string& event_id) {
+  sqlite3* db = StoreConnection::of(store);
+  mark_sent(db, any_id, event_id, event_id);
+  if (sqlite3_changes(db) == 0) throw std::runtime_error("the row of this id cannot be marked");
 }
 
-void record_row_failure(SqliteStore& store, std::int64_t id, const std::string& error) {
-  record_failure(StoreConnection::of(store), "rowid", id, error);
+void record_row_failure(SqliteStore& store, const std::string& event_id, const std::string& error) {
+  record_failure(StoreConnection::of(store), error, any_id, event_id, event_id);
 }
 
 }  // namespace zunol_monitoring

@@ -221,7 +221,9 @@ Texts only(const Texts& texts, const Texts& wanted) {
 TEST(Validate, EachRuleBreaksBeyondItsBoundAndHoldsInside) {
   for (const Row& row : rows_of_the_book()) {
     SCOPED_TRACE(row.base + row.key);
-    if (row.key.empty()) EXPECT_EQ(messages_of(YAML::Load(row.base)), Texts{});
+    if (row.key.empty()) {
+      EXPECT_EQ(messages_of(YAML::Load(row.base)), Texts{});
+    }
     for (const YAML::Node& value : row.broken) {
       EXPECT_EQ(messages_of(with(YAML::Load(row.base), row.key, value)), row.messages) << value;
     }
