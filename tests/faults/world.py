@@ -55,7 +55,7 @@ class World:
 
     def configure(self):
         (self.root / "config.yaml").write_text(
-            f"storage: {{local_db: {self.store}, max_local_incidents: 5, max_local_bytes: 200000}}\n"
+            f"storage: {{local_db: {self.store}, max_local_incidents: 5, max_local_bytes: 50000}}\n"
             f"vorn: {{queue_only: false, transport: {self.transport}, history_block_id: block,\n"
             f"  export_dir: {self.spool}, append_command: {self.append_command},\n"
             f"  bridge_command: {SOURCE}/backends/sqlite-ledger {self.ledger}}}\n")
