@@ -36,9 +36,8 @@ std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& pla
 std::optional<VornSyncItem> find_due_row(SqliteStore& store, std::int64_t id);
 
 /// As mark_sync_event_sent and record_sync_failure, also for an id that is a blob. By the event's
-/// id, as a row id can be another event's by now. Marking raises std::runtime_error with "the row
-/// of this id cannot be marked" where no row has it.
-void mark_row_sent(SqliteStore& store, const std::string& event_id);
+/// id, as a row id can be another event's by now. Marking tells whether a row has the id.
+bool mark_row_sent(SqliteStore& store, const std::string& event_id);
 void record_row_failure(SqliteStore& store, const std::string& event_id, const std::string& error);
 
 }  // namespace zunol_monitoring

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <stdexcept>
 
 #include "store/connection.h"
 #include "store/due_rows.h"
@@ -145,10 +144,10 @@ std::optional<VornSyncItem> find_due_row(SqliteStore& store, std::int64_t id) {
   return read_item(row);
 }
 
-void mark_row_sent(SqliteStore& store, const std::string& event_id) {
+bool mark_row_sent(SqliteStore& store, const std::string& event_id) {
   sqlite3* db = StoreConnection::of(store);
   mark_sent(db, any_id, event_id, event_id);
-  if (sqlite3_changes(db) == 0) throw std::runtime_error("the row of this id cannot be marked");
+  return sqlite3_changes(db) > 0;
 }
 
 void record_row_failure(SqliteStore& store, const std::string& event_id, const std::string& error) {
