@@ -26,6 +26,7 @@ class KeyReader {
   explicit KeyReader(const YAML::Node& node) : block_(node) {}
 
   bool has(const char* key) const { return block_.has(key); }
+  YAML::Node take(const char* key) { return block_.take(key); }
 
   void field(const char* key, bool& value, Untold = {}) { value = read_bool(block_, key, value); }
   void field(const char* key, int& value, Untold = {}) { value = read_int(block_, key, value); }

@@ -16,6 +16,7 @@
 #include "ctl/read_config.h"
 #include "ctl/surroundings.h"
 #include "ctl/table.h"
+#include "ctl/tolerant_read.h"
 #include "ctl/tool.h"
 #include "describe/key_index.h"
 #include "describe/mask_credentials.h"
@@ -32,8 +33,9 @@ namespace fs = std::filesystem;
 // ---- check
 
 struct Verdict {
-  std::optional<std::string> load_error;
-  std::vector<Finding> errors;  ///< the broken rules
+  std::optional<std::string> failure;  ///< for which nothing else is known
+  bool loaded = false;
+  std::vector<Finding> errors;  ///< values that are not of their types, and then broken rules
   std::vector<Finding> warnings;
 };
 
@@ -41,8 +43,15 @@ std::vector<BrokenRule> judge_rules(const Config& config) {
   try {
     return broken_rules(config);
   } catch (const std::out_of_range&) {
-    throw std::runtime_error("a duration has a number of more than 64 bits");
+    return {{.message = "a duration has a number of more than 64 bits"}};
   }
+}
+
+/// The rule is about a field that has no value of its type, in the file or in a variable.
+bool is_about_wrong(const BrokenRule& rule, const TolerantRead& read, const KeyIndex& index) {
+  return std::ranges::any_of(rule.fields, [&](FieldPlace place) {
+    return read.wrong.contains(place) && !index.at(place).variable_used;
+  });
 }
 
 /// Where a broken rule stands in the file: at the key that gives its field the value, or, where
@@ -83,21 +92,26 @@ Verdict judge(const fs::path& path) {
   Verdict verdict;
   try {
     const std::string text = read_config_text(path);
-    const Config config = parse_config(text, path);
+    TolerantRead read = read_tolerantly(text, path);
     const KeyIndex index(default_config());
     ConfigFile file = examine_config(text, index);
-    for (const BrokenRule& rule : judge_rules(config)) {
-      verdict.errors.push_back(place_error(rule, index, file));
+    verdict.loaded = read.errors.empty();
+    verdict.errors = std::move(read.errors);
+    for (const BrokenRule& rule : judge_rules(read.config)) {
+      if (!is_about_wrong(rule, read, index)) {
+        verdict.errors.push_back(place_error(rule, index, file));
+      }
     }
     verdict.warnings = std::move(file.warnings);
-    std::ranges::move(examine_surroundings(config, file), std::back_inserter(verdict.warnings));
+    std::ranges::move(examine_surroundings(read.config, file),
+                      std::back_inserter(verdict.warnings));
     for (const OverlayVariable& variable : overlay_variables()) {
       if (!variable.set || variable.used) continue;
       verdict.warnings.push_back(
           {.message = "the variable " + variable.name + " has no usable value and is ignored"});
     }
   } catch (const std::exception& error) {
-    verdict.load_error = error.what();
+    verdict = {.failure = error.what()};
   }
   return verdict;
 }
@@ -127,7 +141,7 @@ void print_findings(const std::string& path, const std::vector<Finding>& finding
 }
 
 void print_verdict(const fs::path& path, const Verdict& verdict, bool valid) {
-  if (verdict.load_error) return print_error(path.string() + ": " + *verdict.load_error);
+  if (verdict.failure) return print_error(path.string() + ": " + *verdict.failure);
   print_findings(path.string(), verdict.errors, coloured(Colour::red, "error"));
   print_findings(path.string(), verdict.warnings, coloured(Colour::yellow, "warning"));
   if (valid) print(printable(path.string()) + ": " + coloured(Colour::green, "valid") + '\n');
@@ -135,10 +149,10 @@ void print_verdict(const fs::path& path, const Verdict& verdict, bool valid) {
 
 void print_verdict_json(const fs::path& path, const Verdict& verdict, bool valid) {
   json errors = findings_json(verdict.errors);
-  if (verdict.load_error) errors.push_back({{"message", *verdict.load_error}});
+  if (verdict.failure) errors.push_back({{"message", *verdict.failure}});
   print_json({{"path", path.string()},
               {"valid", valid},
-              {"loaded", !verdict.load_error.has_value()},
+              {"loaded", verdict.loaded},
               {"errors", errors},
               {"warnings", findings_json(verdict.warnings)}});
 }
@@ -154,7 +168,7 @@ int check(const Tool& tool, const CheckArguments& arguments) {
   int status = done;
   for (const fs::path& path : paths) {
     const Verdict verdict = judge(path);
-    const bool valid = !verdict.load_error && verdict.errors.empty() &&
+    const bool valid = !verdict.failure && verdict.errors.empty() &&
                        (!arguments.strict || verdict.warnings.empty());
     (tool.json ? print_verdict_json : print_verdict)(path, verdict, valid);
     if (!valid) status = failed;
@@ -261,11 +275,12 @@ void add_config_commands(CLI::App& app, Tool& tool) {
   CLI::App& group = add_group(app, "config", "Check, show and describe the configuration");
 
   const auto check_arguments = std::make_shared<CheckArguments>();
-  CLI::App& check_command = add_command(
-      tool, group, "check",
-      "Load the configuration and tell every broken rule, and warn about what surely is a "
-      "mistake. Ends with 1 if it is not valid",
-      [&tool, check_arguments] { return check(tool, *check_arguments); });
+  CLI::App& check_command =
+      add_command(tool, group, "check",
+                  "Tell every value that is not of its type and every broken rule, and warn about "
+                  "what surely is a "
+                  "mistake. Ends with 1 if it is not valid",
+                  [&tool, check_arguments] { return check(tool, *check_arguments); });
   add_option(check_command, "PATH", check_arguments->paths,
              "The files; by default that of --config");
   add_flag(check_command, "--strict", check_arguments->strict, "Warnings fail, too");

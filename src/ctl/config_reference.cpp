@@ -12,8 +12,8 @@ constexpr const char* introduction =
 
 The file is one YAML document. Each key may be left out and has its default then. A key that is not
 listed here is ignored, and `zunol-monitoring-ctl config check` warns about it. A value that is not of
-its type fails the load; a broken rule does not, and is told by `config check`. Some fields have
-several keys: of those in a file, one wins. A usable variable of the environment beats the file.
+its type fails the load; a broken rule does not. `config check` tells both. Some fields have several
+keys: of those in a file, one wins. A usable variable of the environment beats the file.
 
 | Type | Values |
 |---|---|

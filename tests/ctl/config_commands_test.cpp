@@ -176,8 +176,9 @@ TEST_F(ConfigCheck, EndsWithItsVerdict) {
   write("broken.yaml", "version: 2\n");
   write("bad.yaml", "version: [2]\n");
   out("config check ${dir}broken.yaml", 1);
+  write("syntax.yaml", "agent: {id: [}\nversion: x\n");
   expect_errors("config check ", 1, R"(
-${dir}bad.yaml => bad.yaml: yaml-cpp: error at line 1, column 10: bad conversion
+${dir}syntax.yaml => syntax.yaml: yaml-cpp: error at line 1, column 14
 /nowhere => config not found: /nowhere
 )");
   // The YAML library leaks where a file cannot be read, which a sanitizer would report.
@@ -189,6 +190,7 @@ ${dir}bad.yaml => bad.yaml: yaml-cpp: error at line 1, column 10: bad conversion
   EXPECT_EQ(json::parse(verdicts[0])["errors"],
             (json{{{"message", "version must be 1"}, {"line", 1}, {"column", 1}}}));
   EXPECT_EQ(json::parse(verdicts[1])["loaded"], false);
+  EXPECT_EQ(json::parse(verdicts[1])["errors"][0]["column"], 10);
   EXPECT_EQ(json::parse(verdicts[2]), (json{{"path", golden_file},
                                             {"valid", true},
                                             {"loaded", true},

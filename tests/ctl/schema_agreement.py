@@ -1,5 +1,6 @@
-"""Holds `config schema` and the tool's own judgement together: whatever the schema refuses, loader or
-rule book refuse. Arguments: the tool, the file with all keys and their defaults, and optionally the
+"""Holds `config schema`, the tool's own judgement and the loader together: whatever the schema refuses,
+loader or rule book refuse; and `config check` tells of a value that is not of its type where the loader
+fails, the one it fails at first, and nowhere else. Arguments: the tool, the file with all keys and their defaults, and optionally the
 number of documents.
 
 Documents are made by setting single keys to values of all sorts while different gates are open. A
@@ -9,6 +10,7 @@ share `least_share`. The rest break rules about several keys, or have numbers in
 
 import json
 import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -133,18 +135,45 @@ for _ in range(document_count):
         continue  # an editor shows that by itself
     documents.append((f"{name}, {'.'.join(path)}: {value}", text))
 
+def some_keys():
+    """Some keys with values of all sorts, as one document, which may be none."""
+    block = {}
+    for _ in range(choose.randint(1, 6)):
+        block = with_key(block, choose.choice(paths), choose.choice(values[:-1]))
+    return flow(block)
+
+
+def expect_load(text, verdict, file):
+    """The verdict on the file is that of a load, which `config show` begins with."""
+    load = subprocess.run([tool, "config", "show", "--config", file], capture_output=True, text=True,
+                          env={})
+    if verdict["loaded"] != (load.returncode == 0):
+        fail(f"{text}: {verdict}, but {load.stderr or 'it loads'}")
+    place = re.search(r"error at line (\d+), column (\d+): (bad conversion|operator)", load.stderr)
+    first = (verdict["errors"] or [{}])[0]
+    if place and [int(number) for number in place.groups()[:2]] != [first.get("line"), first.get("column")]:
+        fail(f"{text}: {first}, but {load.stderr}")
+    return bool(place)
+
+
+mixtures = [some_keys() for _ in range(document_count // 2)]
+
 with tempfile.TemporaryDirectory() as directory:
     files = []
-    for number, (_, text) in enumerate(documents):
+    for number, text in enumerate([text for _, text in documents] + mixtures):
         files.append(Path(directory) / f"{number}.yaml")
         files[-1].write_text(text)
     check = subprocess.run([tool, "--json", "config", "check", *map(str, files)],
                            capture_output=True, text=True, env={})
-if check.stderr:
-    fail(check.stderr)
-verdicts = [json.loads(line) for line in check.stdout.splitlines()]
-if len(verdicts) != len(documents):
-    fail(len(verdicts), "verdicts for", len(documents), "documents")
+    if check.stderr:
+        fail(check.stderr)
+    verdicts = [json.loads(line) for line in check.stdout.splitlines()]
+    if len(verdicts) != len(files):
+        fail(len(verdicts), "verdicts for", len(files), "documents")
+    placed = sum(expect_load(file.read_text(), verdict, file) for file, verdict in zip(files, verdicts))
+print(f"{len(files)} loads, {placed} of them with a value that is not of its type")
+if placed < document_count / 5:
+    fail("too few loads fail")
 
 refused_by_tool = refused_by_both = 0
 for (name, text), verdict in zip(documents, verdicts):
