@@ -16,6 +16,7 @@
 #include "ctl/read_config.h"
 #include "ctl/surroundings.h"
 #include "ctl/table.h"
+#include "ctl/thresholds.h"
 #include "ctl/tolerant_read.h"
 #include "ctl/tool.h"
 #include "describe/key_index.h"
@@ -103,6 +104,7 @@ Verdict judge(const fs::path& path) {
       }
     }
     verdict.warnings = std::move(file.warnings);
+    std::ranges::move(examine_thresholds(read, file), std::back_inserter(verdict.warnings));
     std::ranges::move(examine_surroundings(read.config, file),
                       std::back_inserter(verdict.warnings));
     for (const OverlayVariable& variable : overlay_variables()) {

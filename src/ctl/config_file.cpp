@@ -30,21 +30,39 @@ std::size_t edit_distance(const std::string& from, const std::string& to) {
   return row.back();
 }
 
-/// The key of the block that was probably meant, or "".
-std::string nearest_key(const std::string& name, const std::vector<ConfigKey>& keys) {
+std::string lower_case(std::string text) {
+  for (char& c : text) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return text;
+}
+
+/// "; did you mean" and the one of the names that was probably meant, or "".
+std::string guess(const std::string& given, const std::vector<std::string>& names) {
   constexpr std::size_t longest_name = 100;  // far above every key
-  if (name.size() > longest_name) return "";
+  if (given.size() > longest_name) return "";
+  const std::string name = lower_case(given);
   std::string nearest;
   std::size_t least = std::max<std::size_t>(2, name.size() / 3) + 1;
-  for (const ConfigKey& key : keys) {
-    const bool begins = name.size() > 2 && key.name.starts_with(name);
-    const std::size_t distance = begins ? 1 : edit_distance(name, key.name);
+  for (const std::string& known : names) {
+    const std::string other = lower_case(known);
+    const bool begins = name.size() > 2 && other.starts_with(name);
+    const std::size_t distance = begins ? 1 : edit_distance(name, other);
     if (distance < std::min(least, name.size())) {
       least = distance;
-      nearest = key.name;
+      nearest = known;
     }
   }
-  return nearest;
+  return nearest.empty() ? "" : "; did you mean " + nearest + '?';
+}
+
+std::string listed(const std::vector<std::string>& words) {
+  std::string list;
+  for (const std::string& word : words) {
+    if (!list.empty()) list += &word == &words.back() ? " or " : ", ";
+    list += word;
+  }
+  return list;
 }
 
 bool is_utf8(const std::string& text) {
@@ -116,9 +134,11 @@ class Examiner {
       const std::string name = entry.first.IsScalar() ? entry.first.Scalar() : "(no text)";
       const Source here = source_of(entry.first, prefix + name);
       if (std::ranges::find(keys, name, &ConfigKey::name) == keys.end()) {
-        const std::string nearest = is_full() ? "" : nearest_key(name, keys);
-        warn(here,
-             "is unknown and ignored" + (nearest.empty() ? "" : "; did you mean " + nearest + "?"));
+        std::vector<std::string> names;
+        if (!is_full()) {
+          for (const ConfigKey& key : keys) names.push_back(key.name);
+        }
+        warn(here, "is unknown and ignored" + guess(name, names));
       } else if (!entries.emplace(name, Entry{entry.first, entry.second}).second) {
         warn(here, "stands twice, and the first one counts");
       }
@@ -157,6 +177,9 @@ class Examiner {
       warn(at, "is blank, but not empty");
     } else if (key.kind == KeyKind::duration && is_no_duration(text)) {
       warn(at, "is no duration, such as 90, 30s, 5m, 6h or 7d");
+    } else if (node.IsScalar() && !key.words.empty() &&
+               std::ranges::find(key.words, text) == key.words.end()) {
+      warn(at, "is none of the known words " + listed(key.words) + guess(text, key.words));
     }
   }
 

@@ -30,12 +30,12 @@ struct ConfigFile {
   std::map<std::string, std::vector<Source>> items;  ///< the items of a list of blocks, likewise
 };
 
-/// What a text that parse_config takes says of these keys. Warned of are: keys that
-/// are unknown, with the nearest known one of their block; keys that stand twice; keys without
+/// What a text says of these keys, also where values are not of their types. Warned of are: keys
+/// that are unknown, with the nearest known one of their block; keys that stand twice; keys without
 /// effect, as another key for the field beats them; blocks and lists of another form; texts without
-/// a value, which read as "null"; texts that are blank or no UTF-8; durations that are none; and
-/// documents behind the first; of more than 200 warnings the rest is counted. Raises the YAML
-/// library's errors.
+/// a value, which read as "null"; texts that are blank or no UTF-8; durations that are none; words
+/// that their key does not know, with the nearest one; and documents behind the first; of more than
+/// 200 warnings the rest is counted. Raises the YAML library's errors.
 ConfigFile examine_config(const std::string& text, const KeyIndex& index);
 
 }  // namespace zunol_monitoring::ctl

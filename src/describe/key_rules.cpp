@@ -59,11 +59,11 @@ class Declarer {
     add({.message = "secret file permissions must be 0600 or stricter: PATH"});
   }
   void fixed_secret_files() {}  // the same message
-  void refuse_if(bool /*broken*/, const char* message, const auto&... /*fields*/) {
-    add({.message = message});
+  void refuse_if(bool /*broken*/, const char* message, const auto&... fields) {
+    add({.fields = {place(fields)...}, .message = message});
   }
-  void refuse_item(const auto& /*list*/, std::size_t /*index*/, const char* message) {
-    add({.message = message});
+  void refuse_item(const auto& list, std::size_t /*index*/, const char* message) {
+    add({.fields = {place(list)}, .message = message});
   }
 
   /// An open gate, until it goes.

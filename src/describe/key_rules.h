@@ -30,7 +30,8 @@ struct KeyRule {
     relation  ///< anything else, above all rules about several keys: `message` alone tells it
   };
   Kind kind = Kind::relation;
-  FieldPlace place = no_place;  ///< the field, except for a relation
+  FieldPlace place = no_place;     ///< the field, except for a relation
+  std::vector<FieldPlace> fields;  ///< those that a relation is about
   int low = 0;
   int high = 0;
   std::vector<std::string> words;
