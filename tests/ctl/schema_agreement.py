@@ -117,18 +117,24 @@ for path, value in leaves(defaults):
         fail(".".join(path), "has no default")
 validator.validate(defaults)
 
+def some_value(path):
+    value = choose.choice(values)
+    items = schema_of(schema, path).get("items", {}).get("properties")
+    if items and choose.random() < 0.7:  # a key of an item of a list
+        value = f"[{{{choose.choice(list(items))}: {value}}}]"
+    return value
+
+
 paths = list(key_paths(schema))
+lists = [path for path in paths
+         if "items" in schema_of(schema, path) or schema_of(schema, path).get("$ref") == "#/$defs/texts"]
 ruled = [path for path in paths if "The value" in schema_of(schema, path).get("description", "")]
 choose = random.Random(20261123)
 documents = [(name, flow(block)) for name, block in settings.items()]
 for _ in range(document_count):
     name = choose.choice(list(settings))
     path = choose.choice(choose.choice([paths, ruled]))
-    value = choose.choice(values)
-    items = schema_of(schema, path).get("items", {}).get("properties")
-    if items and choose.random() < 0.7:  # a key of an item of a list
-        value = f"[{{{choose.choice(list(items))}: {value}}}]"
-    text = flow(with_key(settings[name], path, value))
+    text = flow(with_key(settings[name], path, some_value(path)))
     try:
         yaml.safe_load(text)
     except yaml.YAMLError:
@@ -139,7 +145,8 @@ def some_keys():
     """Some keys with values of all sorts, as one document, which may be none."""
     block = {}
     for _ in range(choose.randint(1, 6)):
-        block = with_key(block, choose.choice(paths), choose.choice(values[:-1]))
+        path = choose.choice(choose.choice([paths, lists]))
+        block = with_key(block, path, some_value(path))
     return flow(block)
 
 
