@@ -8,6 +8,16 @@ endforeach()
 install(FILES packaging/debian/zunol-monitoring
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides ${runtime} EXCLUDE_FROM_ALL)
 
+set(units)
+foreach(job flush maintain metrics)
+  list(APPEND units packaging/systemd/zunol-monitoring-${job}.service packaging/systemd/zunol-monitoring-${job}.timer)
+endforeach()
+install(FILES ${units} DESTINATION lib/systemd/system ${runtime} EXCLUDE_FROM_ALL)
+foreach(kind sysusers tmpfiles)
+  install(FILES packaging/systemd/zunol-monitoring.${kind} RENAME zunol-monitoring.conf
+          DESTINATION lib/${kind}.d ${runtime} EXCLUDE_FROM_ALL)
+endforeach()
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Zunol Monitoring <monitoring@zunol.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "core of the Zunol host monitoring agent")
@@ -22,6 +32,11 @@ set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_NAME zunol-monitoring)
 set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_RECOMMENDS "sqlite3")
+set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_DEPENDS
+  "systemd | systemd-standalone-sysusers, systemd | systemd-standalone-tmpfiles")
+set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_CONTROL_EXTRA
+  "${PROJECT_SOURCE_DIR}/packaging/debian/postinst;${PROJECT_SOURCE_DIR}/packaging/debian/prerm;${PROJECT_SOURCE_DIR}/packaging/debian/postrm")
+set(CPACK_DEBIAN_ZUNOL-MONITORING_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_COMPONENT_ZUNOL-MONITORING_DESCRIPTION
 "The command zunol-vorn-append-event, which appends one event of the agent to
 an append-only history, once, through a configured backend; the operator's
