@@ -161,13 +161,11 @@ class TolerantReader {
   void spoil(Value& value) {
     if (place(value) != no_place) {
       walk_.read.wrong.insert(place(value));
-    } else if constexpr (std::same_as<Value, std::string>) {
-      value = "?";
-    } else if constexpr (std::same_as<Value, double>) {
-      value = std::numeric_limits<double>::quiet_NaN();
-    } else if constexpr (std::same_as<Value, int>) {
-      value = 0;
+      return;
     }
+    if constexpr (std::same_as<Value, std::string>) value = "?";
+    if constexpr (std::same_as<Value, double>) value = std::numeric_limits<double>::quiet_NaN();
+    if constexpr (std::same_as<Value, int>) value = 0;
   }
 
   void tell(const std::string& path, const char* form, const YAML::Node& node) {
