@@ -23,10 +23,17 @@ std::string time_of(const std::string& text) {
 }
 
 std::string is_time(const std::string& text) {
-  constexpr std::size_t most_digits = 6;  // so that no duration goes beyond the calendar
-  if (seconds_of_timestamp(text, -1) != -1) return "";
-  if (text.size() <= most_digits && parse_duration_seconds(text, -1) >= 0) return "";
+  if (seconds_of_timestamp(text, -1) != -1 || is_span(text).empty()) return "";
   return text + " is no time such as 2h, 3d or 2026-01-31T12:00:00Z";
+}
+
+std::string is_span(const std::string& text) {
+  constexpr std::size_t most_characters = 12;  // so that no number is too large
+  constexpr std::int64_t longest_sec = 1'000'000'000;
+  const std::int64_t seconds =
+      text.size() <= most_characters ? parse_duration_seconds(text, -1) : -1;
+  if (seconds >= 0 && seconds <= longest_sec) return "";
+  return text + " is no duration such as 90s, 10m or 6h";
 }
 
 std::string span_text(std::int64_t seconds) {

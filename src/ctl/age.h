@@ -18,6 +18,10 @@ std::string time_of(const std::string& text);
 /// What is wrong with the text as such, or "".
 std::string is_time(const std::string& text);
 
+/// What is wrong with the text as a duration of at most 30 years, which no clock overflows with; ""
+/// for nothing.
+std::string is_span(const std::string& text);
+
 /// The two largest units of a span: "0s", "59s", "5m 10s", "3h", "12d 4h". A negative span has a
 /// "-" in front.
 std::string span_text(std::int64_t seconds);

@@ -27,13 +27,6 @@ struct Bounds {
   int max_failed = -1;
 };
 
-/// What is wrong with the text as a span of time, or "".
-std::string is_span(const std::string& text) {
-  constexpr std::size_t longest = 9;  // so that no number is too large
-  if (text.size() <= longest && parse_duration_seconds(text, -1) >= 0) return "";
-  return text + " is no duration such as 90s, 10m or 6h";
-}
-
 /// The bounds that the queue breaks, one sentence each.
 std::vector<std::string> breaches(const SyncQueueStats& stats, const Bounds& bounds) {
   std::vector<std::string> found;

@@ -129,15 +129,6 @@ class FlushReport {
   int failures_in_a_row_ = 0;
 };
 
-/// What is wrong with the text as a time limit, or "".
-std::string is_time_limit(const std::string& text) {
-  constexpr std::size_t most_digits = 6;
-  const bool taken =
-      text.find_first_not_of("0123456789") <= most_digits || text.size() <= most_digits;
-  if (taken && parse_duration_seconds(text, -1) >= 0) return "";
-  return text + " is no duration such as 90s or 5m, or 0 for none";
-}
-
 int flush(const Tool& tool, const FlushArguments& arguments) {
   const Config config = load_delivering_config(tool);
   const std::chrono::seconds limit(parse_duration_seconds(arguments.timeout, 0));
@@ -175,7 +166,7 @@ void add_flush_command(CLI::App& group, Tool& tool) {
   add_flag(flush_command, "--all", arguments->all, "Also those that wait for their next attempt");
   add_option(flush_command, "--timeout", arguments->timeout,
              "How long a command may take for one event, or 0 for no limit",
-             {.word = "DURATION", .check = is_time_limit});
+             {.word = "DURATION", .check = is_span});
   add_number(flush_command, "--stop-after", arguments->stop_after, 0,
              "End after so many failures in a row, or 0 for never");
 }
