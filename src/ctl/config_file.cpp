@@ -90,7 +90,7 @@ struct Entry {
   YAML::Node value;
 };
 
-class Examiner {
+class FileExaminer {
  public:
   ConfigFile result;
 
@@ -268,7 +268,7 @@ void note_second_fields(ConfigFile& file, const KeyIndex& index) {
 }  // namespace
 
 ConfigFile examine_config(const std::string& text, const KeyIndex& index) {
-  Examiner examiner;
+  FileExaminer examiner;
   if (const YAML::Mark second = SecondDocument::begin(text); !second.is_null()) {
     examiner.warn({second.line + 1, second.column + 1, "the document"},
                   "here and all behind it are ignored");

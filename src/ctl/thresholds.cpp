@@ -10,9 +10,9 @@ namespace {
 
 using nlohmann::json;
 
-class Examiner {
+class ThresholdExaminer {
  public:
-  Examiner(const TolerantRead& read, const ConfigFile& file) : read_(read), file_(file) {}
+  ThresholdExaminer(const TolerantRead& read, const ConfigFile& file) : read_(read), file_(file) {}
 
   std::vector<Finding> findings;
 
@@ -96,7 +96,7 @@ class Examiner {
 
 std::vector<Finding> examine_thresholds(const TolerantRead& read, const ConfigFile& file) {
   const std::vector<ConfigKey> keys = key_catalogue(read.config);
-  Examiner examiner(read, file);
+  ThresholdExaminer examiner(read, file);
   examiner.block(keys, json::parse(catalogue_json(keys)), nullptr, no_place);
   return std::move(examiner.findings);
 }
