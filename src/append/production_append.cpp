@@ -2,26 +2,15 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <optional>
 
+#include "append/gates.h"
 #include "append/marker.h"
 #include "append/report_failure.h"
 #include "zunol_monitoring/base/command_runner.h"
-#include "zunol_monitoring/base/environment.h"
 #include "zunol_monitoring/config/load.h"
 
 namespace zunol_monitoring {
 namespace {
-
-/// Why the configuration allows no production append, if it does not.
-std::optional<std::string> closed_gate(const VornConfig& vorn) {
-  if (!vorn.enabled) return "vorn.enabled=false";
-  if (vorn.history_block_id.empty()) {
-    return "vorn.history_block_id is required for production append";
-  }
-  if (vorn.wallet_file.empty()) return "vorn.wallet_file is required for production append";
-  return std::nullopt;
-}
 
 /// Five quoted assignments, which the shell gives to the first command of the backend text behind
 /// them.
@@ -38,13 +27,12 @@ std::string backend_line(const VornConfig& vorn, const std::string& event_file,
 
 int append_to_history(const std::string& event_file, const std::string& event_id) {
   const Config config = load_config(default_config_path());
-  if (const auto reason = closed_gate(config.vorn)) return report_failure(*reason);
+  if (const auto reason = closed_append_gate(config.vorn)) return report_failure(*reason);
 
   const std::filesystem::path marker = marker_path(config.storage, event_id);
   if (std::filesystem::exists(marker)) return 0;
 
-  const std::string backend =
-      env_or_default("ZUNOL_VORN_APPEND_BACKEND", config.vorn.bridge_command);
+  const std::string backend = append_backend(config.vorn);
   if (backend.empty()) {
     return report_failure(
         "VORN append backend is not configured; set vorn.bridge_command or "
