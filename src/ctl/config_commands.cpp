@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "base/private_file.h"
-#include "config/judge.h"
 #include "config/parse_config.h"
 #include "ctl/config_comments.h"
 #include "ctl/config_file.h"
@@ -14,6 +13,7 @@
 #include "ctl/config_schema.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
+#include "ctl/rules.h"
 #include "ctl/surroundings.h"
 #include "ctl/table.h"
 #include "ctl/thresholds.h"
@@ -39,14 +39,6 @@ struct Verdict {
   std::vector<Finding> errors;  ///< values that are not of their types, and then broken rules
   std::vector<Finding> warnings;
 };
-
-std::vector<BrokenRule> judge_rules(const Config& config) {
-  try {
-    return broken_rules(config);
-  } catch (const std::out_of_range&) {
-    return {{.message = "a duration has a number of more than 64 bits"}};
-  }
-}
 
 /// The rule is about a field that has no value of its type, in the file or in a variable.
 bool is_about_wrong(const BrokenRule& rule, const TolerantRead& read, const KeyIndex& index) {

@@ -14,6 +14,7 @@ struct Finding {
   int line = 0;  ///< from 1; 0 where the finding has no place in the file
   int column = 0;
   std::string message;
+  std::string remedy;  ///< what to do, where that is not plain
 };
 
 /// The key of the file that gives a field its value.

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "events/event_draft.h"
+#include "history/spool_name.h"
 #include "store/connection.h"
 #include "zunol_monitoring/base/files.h"
 #include "zunol_monitoring/history/queueing_history_writer.h"
@@ -16,9 +17,6 @@ using nlohmann::json;
 
 /// An event has some dozens; each takes up to a hundred bytes of memory.
 constexpr std::size_t most_values = 1'000'000;
-
-/// With a longer one no file system takes the name of the event's marker.
-constexpr std::size_t longest_id_bytes = 252;
 
 /// How many values a JSON text has at most, told by its punctuation without building them.
 std::size_t count_values(const std::string& text) {
@@ -54,13 +52,18 @@ json event_data(json data, const std::optional<std::string>& level,
   return data;
 }
 
+std::size_t longest_id_bytes(const VornConfig& vorn) {
+  constexpr std::size_t longest_marker_id = 252;
+  return vorn.transport == "spool" ? longest_spool_id : longest_marker_id;
+}
+
 void require_good_event(const Config& config, const std::string& type, const json& data) {
   const EventDraft draft(config, type, data);
   if (const auto reason = draft.fault()) throw std::runtime_error("invalid event: " + *reason);
   const std::string& id = draft.event_id();
-  if (id.size() > longest_id_bytes) {
-    throw std::runtime_error("the id is longer than " + std::to_string(longest_id_bytes) +
-                             " bytes, and no marker could have its name");
+  if (const std::size_t longest = longest_id_bytes(config.vorn); id.size() > longest) {
+    throw std::runtime_error("the id is longer than " + std::to_string(longest) +
+                             " bytes, and no marker or spool file could have its name");
   }
   if (sanitize_path_component(id) != id) {
     throw std::runtime_error(

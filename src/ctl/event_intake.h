@@ -1,6 +1,7 @@
 // Events that a user hands in: read within bounds, judged, and queued.
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -18,6 +19,9 @@ nlohmann::json parse_data(const std::string& text);
 /// The data with level and id in it, where the event takes them from.
 nlohmann::json event_data(nlohmann::json data, const std::optional<std::string>& level,
                           const std::optional<std::string>& id);
+
+/// With a longer one no file system takes the name of the event's marker, or of its spool file.
+std::size_t longest_id_bytes(const VornConfig& vorn);
 
 /// Raises std::runtime_error with "invalid event: " and the judge's reason, and for an id whose
 /// marker or spool file would not be its own.

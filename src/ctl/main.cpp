@@ -40,6 +40,7 @@ int run(int argc, char** argv) {
   app.set_version_flag("--version", "zunol-monitoring-ctl " ZUNOL_VERSION);
   app.footer("--config and --json may stand behind every command.");
   app.require_subcommand(1);
+  add_doctor_commands(app, tool);
   add_config_commands(app, tool);
   add_event_commands(app, tool);
   add_queue_commands(app, tool);

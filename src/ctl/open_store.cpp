@@ -54,8 +54,9 @@ void complete_schema(SqliteStore& store) {
   }
 }
 
-/// False where nothing is. What beside it is no regular file would hang SQLite.
-bool is_there(const fs::path& file) {
+}  // namespace
+
+bool database_is_there(const fs::path& file) {
   for (const char* suffix : {"-wal", "-shm", "-journal", ""}) {
     const fs::path path = fs::weakly_canonical(file).string() + suffix;
     const fs::file_status status = fs::status(path);
@@ -64,15 +65,13 @@ bool is_there(const fs::path& file) {
   return fs::exists(file);
 }
 
-}  // namespace
-
 void tell_absent_store(const Tool& tool, const Config& config) {
   if (!tool.json) print_error("no store at " + config.storage.local_db.string() + " yet");
 }
 
 StoreView look_at_store(const Tool& tool, const Config& config) {
   const fs::path& file = config.storage.local_db;
-  if (!is_there(file)) {
+  if (!database_is_there(file)) {
     tell_absent_store(tool, config);
     return StoreView::of_nothing();
   }
@@ -89,7 +88,7 @@ StoreView look_at_store(const Tool& tool, const Config& config) {
 }
 
 std::optional<SqliteStore> open_to_change(const Config& config) {
-  if (!is_there(config.storage.local_db)) return std::nullopt;
+  if (!database_is_there(config.storage.local_db)) return std::nullopt;
   return open_or_make(config);
 }
 
@@ -99,7 +98,7 @@ SqliteStore open_or_make(const Config& config) {
     throw std::runtime_error("storage.local_db names no file");
   }
   try {
-    if (is_there(file)) require_own_database(file);
+    if (database_is_there(file)) require_own_database(file);
     const PrivateUmask private_umask;
     SqliteStore store;
     store.open(file);

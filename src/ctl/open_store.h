@@ -9,6 +9,10 @@
 
 namespace zunol_monitoring::ctl {
 
+/// False where nothing is. Raises std::runtime_error with the path and ": it is no regular file" of
+/// what is none there or beside it, and would hang SQLite.
+bool database_is_there(const std::filesystem::path& file);
+
 /// Says on standard error that there is no store yet, unless the tool prints JSON.
 void tell_absent_store(const Tool& tool, const Config& config);
 

@@ -1,19 +1,15 @@
 // zunol-monitoring-ctl queue show and retry: one event, and where it is.
 #include "ctl/queue_event.h"
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <stdexcept>
 
-#include "append/marker.h"
 #include "ctl/age.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
-#include "ctl/sqlite_ledger.h"
 #include "ctl/table.h"
-#include "history/spool_name.h"
+#include "ctl/whereabouts.h"
 #include "store/due_rows.h"
 #include "store/inspection.h"
 #include "zunol_monitoring/base/clock.h"
@@ -22,43 +18,6 @@ namespace zunol_monitoring::ctl {
 namespace {
 
 using nlohmann::json;
-namespace fs = std::filesystem;
-
-/// A file that tells how far an event has come.
-struct Trace {
-  fs::path path;
-  bool there = false;
-};
-
-Trace trace_of(const fs::path& path) {
-  std::error_code unknown;
-  return {path, fs::exists(path, unknown)};
-}
-
-/// Where an event is besides the queue, as far as it can be known from here.
-struct Whereabouts {
-  Trace marker;
-  std::optional<Trace> spool_file;
-  std::optional<fs::path> ledger;
-  std::optional<LedgerRow> ledger_row;
-  std::string ledger_error;
-};
-
-Whereabouts whereabouts_of(const Config& config, const VornSyncItem& item) {
-  Whereabouts all{.marker = trace_of(marker_path(config.storage, item.event_id))};
-  if (config.vorn.transport == "spool") {
-    all.spool_file = trace_of(spool_file_path(config.vorn, item));
-  }
-  all.ledger = ledger_of(config.vorn.bridge_command);
-  if (!all.ledger) return all;
-  try {
-    all.ledger_row = find_in_ledger(*all.ledger, config.vorn.history_block_id, item.event_id);
-  } catch (const StoreError& error) {
-    all.ledger_error = error.what();
-  }
-  return all;
-}
-
 /// The payload for people, as it is where it is no JSON.
 std::string pretty(const std::string& payload) {
   const json event = json::parse(payload, nullptr, false);

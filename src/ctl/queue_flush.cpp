@@ -60,9 +60,8 @@ struct FlushArguments {
 
 Config load_delivering_config(const Tool& tool) {
   Config config = read_config(tool.config);
-  for (const auto& [closed, gate] : {std::pair(!config.vorn.enabled, "vorn.enabled=false"),
-                                     {config.vorn.queue_only, "vorn.queue_only=true"}}) {
-    if (closed) throw std::runtime_error(std::string(gate) + ": nothing is delivered");
+  if (const auto gate = closed_flush_gate(config.vorn)) {
+    throw std::runtime_error(*gate + ": nothing is delivered");
   }
   return config;
 }
@@ -157,6 +156,12 @@ int flush(const Tool& tool, const FlushArguments& arguments) {
 }
 
 }  // namespace
+
+std::optional<std::string> closed_flush_gate(const VornConfig& vorn) {
+  if (!vorn.enabled) return "vorn.enabled=false";
+  if (vorn.queue_only) return "vorn.queue_only=true";
+  return std::nullopt;
+}
 
 void add_flush_command(CLI::App& group, Tool& tool) {
   const auto arguments = std::make_shared<FlushArguments>();

@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "ctl/open_store.h"
 #include "store/statement.h"
 #include "store/store_view.h"
 
@@ -16,12 +17,12 @@ std::string without_quotes(const std::string& word) {
 
 }  // namespace
 
-std::optional<std::filesystem::path> ledger_of(const std::string& bridge_command) {
-  std::istringstream words(bridge_command);
+std::optional<SqliteLedger> sqlite_ledger_of(const std::string& backend) {
+  std::istringstream words(backend);
   for (std::string word; words >> word;) {
-    std::string ledger;
-    if (without_quotes(word).ends_with("sqlite-ledger") && words >> ledger) {
-      return without_quotes(ledger);
+    std::string file;
+    if (without_quotes(word).ends_with("sqlite-ledger") && words >> file) {
+      return SqliteLedger{without_quotes(word), without_quotes(file)};
     }
   }
   return std::nullopt;
@@ -29,7 +30,7 @@ std::optional<std::filesystem::path> ledger_of(const std::string& bridge_command
 
 std::optional<LedgerRow> find_in_ledger(const std::filesystem::path& ledger,
                                         const std::string& block, const std::string& event_id) {
-  if (!std::filesystem::exists(ledger)) return std::nullopt;
+  if (!database_is_there(ledger)) return std::nullopt;
   return StoreView(ledger).look([&](sqlite3* db) -> std::optional<LedgerRow> {
     Statement row(db,
                   "SELECT sequence, event, appended_at FROM ledger WHERE history_block_id=? AND "

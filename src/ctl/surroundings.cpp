@@ -20,10 +20,14 @@ std::optional<struct stat> status_of(const fs::path& path) {
   return status;
 }
 
-std::string name_of(uid_t user) {
+}  // namespace
+
+std::string user_name(uid_t user) {
   const passwd* entry = getpwuid(user);
   return entry != nullptr ? entry->pw_name : std::to_string(user);
 }
+
+namespace {
 
 class Examiner {
  public:
@@ -41,7 +45,7 @@ class Examiner {
     if (path.has_parent_path()) directory("storage.local_db", path.parent_path());
     const auto status = status_of(path);
     if (status && (status->st_mode & S_IROTH) != 0) {
-      warn("storage.local_db", "everybody may read " + path.string());
+      warn("storage.local_db", "everybody may read " + path.string(), "chmod o-rwx it");
     }
   }
 
@@ -49,7 +53,8 @@ class Examiner {
     const fs::path& path = config_.vorn.export_dir;
     std::error_code unknown;
     if (fs::is_symlink(path, unknown)) {
-      warn("vorn.export_dir", path.string() + " is a link, which may come to mean another place");
+      warn("vorn.export_dir", path.string() + " is a link, which may come to mean another place",
+           "name the place itself");
     }
     directory("vorn.export_dir", path);
   }
@@ -60,7 +65,8 @@ class Examiner {
     const auto status = status_of(path);
     if (status && (status->st_mode & S_IWOTH) != 0 && (status->st_mode & S_ISVTX) == 0) {
       warn("vorn.append_command",
-           "everybody may take event files out of " + path.string() + ", which has no sticky bit");
+           "everybody may take event files out of " + path.string() + ", which has no sticky bit",
+           "chmod +t it");
     }
   }
 
@@ -72,15 +78,15 @@ class Examiner {
       if (!word.starts_with('/')) continue;
       const auto status = status_of(word);
       if (!status) {
-        if (first) warn(key, word + " is not there");
+        if (first) warn(key, word + " is not there", "install it, or name another program");
         continue;
       }
       const bool program = first || (status->st_mode & S_IXUSR) != 0;
       if (!S_ISREG(status->st_mode) || !program) continue;
       if (status->st_size == 0) {
-        warn(key, word + " is empty, which the shell takes for success");
+        warn(key, word + " is empty, which the shell takes for success", "install it anew");
       } else if (access(word.c_str(), R_OK) != 0) {
-        warn(key, word + " cannot be read, which the shell can take for success");
+        warn(key, word + " cannot be read, which the shell can take for success", "chmod a+r it");
       }
     }
   }
@@ -90,18 +96,20 @@ class Examiner {
     const auto status = status_of(path);
     if (!status || !S_ISDIR(status->st_mode)) return;
     if ((status->st_mode & S_IWOTH) != 0) {
-      warn(key, "everybody may write into " + path.string());
+      warn(key, "everybody may write into " + path.string(), "chmod o-w it");
     }
     if (agent_ && status->st_uid != *agent_) {
-      warn(key, path.string() + " belongs to " + name_of(status->st_uid) + " and not to " +
-                    name_of(*agent_));
+      warn(key,
+           path.string() + " belongs to " + user_name(status->st_uid) + " and not to " +
+               user_name(*agent_),
+           "run this as " + user_name(status->st_uid) + ", or chown it to " + user_name(*agent_));
     }
   }
 
-  void warn(const std::string& key, const std::string& what) {
+  void warn(const std::string& key, const std::string& what, const std::string& remedy) {
     const auto source = file_.sources.find(key);
     const Source at = source != file_.sources.end() ? source->second : Source{};
-    findings.push_back({at.line, at.column, key + ": " + what});
+    findings.push_back({at.line, at.column, key + ": " + what, remedy});
   }
 
   const Config& config_;

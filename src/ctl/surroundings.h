@@ -1,12 +1,18 @@
 // What a configuration names on this host, and what there surely is a mistake.
 #pragma once
 
+#include <sys/types.h>
+
+#include <string>
 #include <vector>
 
 #include "ctl/config_file.h"
 #include "zunol_monitoring/config/config.h"
 
 namespace zunol_monitoring::ctl {
+
+/// The name of a user, or the number where it has none.
+std::string user_name(uid_t user);
 
 /// Warns of directories in which others could plant or take away events, markers and spool files:
 /// the one of the database, the export directory and the temporary one, where they are used and

@@ -63,6 +63,7 @@ void add_number(CLI::App& command, const std::string& name, int& value, int leas
 void add_limit(CLI::App& command, int& limit);
 
 // The groups. Each remembers the tool, which must outlive the command line.
+void add_doctor_commands(CLI::App& app, Tool& tool);
 void add_config_commands(CLI::App& app, Tool& tool);
 void add_event_commands(CLI::App& app, Tool& tool);
 void add_queue_commands(CLI::App& app, Tool& tool);

@@ -97,7 +97,9 @@ TEST_F(CtlQueue, StatsTellAgesAndErrorsAndTheLastSuccess) {
                   {{"error", "no route"}, {"count", 1}, {"oldest", "2020-01-02T00:00:00Z"}}}));
   EXPECT_EQ(stats["last_success_at"], "2026-01-01T00:00:00Z");
   EXPECT_EQ(stats["failed"], 3);
-  EXPECT_EQ(out("queue watch"), out("queue stats"));
+  const std::string earlier = out("queue stats");
+  const std::string watched = out("queue watch");
+  EXPECT_TRUE(watched == earlier || watched == out("queue stats")) << "ages grow meanwhile";
 }
 
 TEST_F(CtlQueue, ACheckIsOneLineAndAStatus) {
