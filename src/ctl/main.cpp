@@ -46,6 +46,7 @@ int run(int argc, char** argv) {
   add_queue_commands(app, tool);
   add_store_commands(app, tool);
   add_record_commands(app, tool);
+  add_ledger_commands(app, tool);
   add_metrics_command(app, tool);
 
   try {

@@ -51,6 +51,18 @@ void print(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) note_failure();
 }
 
+void print_document(const std::string& text) {
+  using json = nlohmann::json;
+  const json document = json::parse(text, nullptr, false);
+  const std::string lines =
+      document.is_discarded() ? text : document.dump(2, ' ', false, json::error_handler_t::replace);
+  for (std::size_t begin = 0; begin < lines.size();) {
+    const std::size_t end = std::min(lines.find('\n', begin), lines.size());
+    print(printable(lines.substr(begin, end - begin)) + '\n');
+    begin = end + 1;
+  }
+}
+
 void print_json(const nlohmann::json& value) {
   const std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   std::string line;

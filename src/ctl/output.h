@@ -16,6 +16,8 @@ void claim_standard_descriptors();
 
 /// Writes the text to standard output. Failures come to light in finish_output.
 void print(std::string_view text);
+/// Writes a JSON text indented, and any other text as it is, line by line as `printable` has it.
+void print_document(const std::string& text);
 /// Writes the value on one line. Text that is no UTF-8 has its wrong bytes replaced, and what
 /// commands the terminal is escaped.
 void print_json(const nlohmann::json& value);

@@ -18,11 +18,6 @@ namespace zunol_monitoring::ctl {
 namespace {
 
 using nlohmann::json;
-/// The payload for people, as it is where it is no JSON.
-std::string pretty(const std::string& payload) {
-  const json event = json::parse(payload, nullptr, false);
-  return event.is_discarded() ? payload : event.dump(2, ' ', false, json::error_handler_t::replace);
-}
 
 std::string state_of(const SyncRow& row, const std::string& now) {
   if (row.item.status != "pending") return row.item.status + " at " + row.sent_at;
@@ -52,12 +47,7 @@ void print_row(const SyncRow& row, const Whereabouts& all) {
   if (all.spool_file) table.add({"spool file", text_of(*all.spool_file)});
   if (all.ledger) table.add({"ledger", ledger_text(all)});
   print(table.text(0) + '\n');
-  std::string payload = pretty(row.item.payload);
-  for (std::size_t begin = 0; begin < payload.size();) {  // its line feeds are ours
-    const std::size_t end = std::min(payload.find('\n', begin), payload.size());
-    print(printable(payload.substr(begin, end - begin)) + '\n');
-    begin = end + 1;
-  }
+  print_document(row.item.payload);
 }
 
 json trace_json(const Trace& trace) {

@@ -1,6 +1,7 @@
 #include "ctl/sqlite_ledger.h"
 
 #include <sstream>
+#include <stdexcept>
 
 #include "ctl/open_store.h"
 #include "store/statement.h"
@@ -28,16 +29,86 @@ std::optional<SqliteLedger> sqlite_ledger_of(const std::string& backend) {
   return std::nullopt;
 }
 
+namespace {
+
+constexpr const char* select_row =
+    "SELECT sequence, history_block_id, event_id, event, appended_at FROM ledger WHERE ";
+
+LedgerRow row_of(const Statement& row) {
+  return {.sequence = row.integer64(0),
+          .block = row.text(1),
+          .event_id = row.text(2),
+          .event = row.text(3),
+          .appended_at = row.text(4)};
+}
+
+StoreView view_of(const std::filesystem::path& ledger) {
+  if (!database_is_there(ledger)) {
+    throw std::runtime_error("no ledger at " + ledger.string());
+  }
+  return StoreView(ledger);
+}
+
+}  // namespace
+
 std::optional<LedgerRow> find_in_ledger(const std::filesystem::path& ledger,
                                         const std::string& block, const std::string& event_id) {
   if (!database_is_there(ledger)) return std::nullopt;
   return StoreView(ledger).look([&](sqlite3* db) -> std::optional<LedgerRow> {
-    Statement row(db,
-                  "SELECT sequence, event, appended_at FROM ledger WHERE history_block_id=? AND "
-                  "event_id=?");
+    Statement row(db, std::string(select_row) + "history_block_id=? AND event_id=?");
     if (!row.bind(block, event_id).next_or_raise()) return std::nullopt;
-    return LedgerRow{
-        .sequence = row.integer64(0), .event = row.text(1), .appended_at = row.text(2)};
+    return row_of(row);
+  });
+}
+
+LedgerView::LedgerView(const std::filesystem::path& ledger) : view_(view_of(ledger)) {}
+
+std::vector<LedgerEntry> LedgerView::entries(const std::string& block, std::int64_t before,
+                                             int limit) {
+  constexpr int longest_text = 1000;
+  return view_.look([&](sqlite3* db) {
+    Statement row(db,
+                  "SELECT sequence, substr(history_block_id, 1, ?1), substr(event_id, 1, ?1), "
+                  "iif(json_valid(event), substr(json_extract(event, '$.type'), 1, ?1), ''), "
+                  "iif(json_valid(event), substr(json_extract(event, '$.level'), 1, ?1), ''), "
+                  "appended_at, length(CAST(event AS BLOB)) FROM ledger WHERE sequence<?2 AND "
+                  "(?3='' OR history_block_id=?3) ORDER BY sequence DESC LIMIT ?4");
+    std::vector<LedgerEntry> found;
+    for (row.bind(longest_text, before, block, limit); row.next_or_raise();) {
+      found.push_back({.sequence = row.integer64(0),
+                       .block = row.text(1),
+                       .event_id = row.text(2),
+                       .type = row.text(3),
+                       .level = row.text(4),
+                       .appended_at = row.text(5),
+                       .bytes = row.integer64(6)});
+    }
+    return found;
+  });
+}
+
+std::vector<LedgerRow> LedgerView::rows_of(const std::string& event_id) {
+  return view_.look([&](sqlite3* db) {
+    Statement row(db, std::string(select_row) + "event_id=? ORDER BY sequence");
+    std::vector<LedgerRow> found;
+    for (row.bind(event_id); row.next_or_raise();) found.push_back(row_of(row));
+    return found;
+  });
+}
+
+std::string LedgerView::differs(const std::string& block, const std::string& event_id,
+                                const std::string& payload) {
+  return view_.look([&](sqlite3* db) -> std::string {
+    Statement row(db, "SELECT event=? FROM ledger WHERE history_block_id=? AND event_id=?");
+    if (!row.bind(payload + '\n', block, event_id).next_or_raise()) return "nothing";
+    return row.integer(0) == 1 ? "" : "another event";
+  });
+}
+
+bool LedgerView::has_chain() {
+  return view_.look([](sqlite3* db) {
+    return Statement(db, "SELECT 1 FROM sqlite_schema WHERE type='table' AND name='ledger_chain'")
+        .next_or_raise();
   });
 }
 

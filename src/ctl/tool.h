@@ -69,5 +69,6 @@ void add_event_commands(CLI::App& app, Tool& tool);
 void add_queue_commands(CLI::App& app, Tool& tool);
 void add_store_commands(CLI::App& app, Tool& tool);
 void add_record_commands(CLI::App& app, Tool& tool);
+void add_ledger_commands(CLI::App& app, Tool& tool);
 
 }  // namespace zunol_monitoring::ctl

@@ -142,6 +142,23 @@ std::string event_sharing_marker(sqlite3* db, const std::string& event_id) {
   return other.bind(event_id).next_or_raise() ? other.text(0) : "";
 }
 
+std::vector<MarkerPair> events_with_one_marker(sqlite3* db, int limit) {
+  add_marker_name(db);
+  const std::string odd = "FROM vorn_sync_queue WHERE " + odd_id;
+  Statement pair(
+      db,
+      "SELECT before, event_id FROM (SELECT event_id, lag(event_id) OVER (PARTITION BY "
+      "name ORDER BY event_id) AS before FROM (SELECT event_id, marker_name(event_id) AS "
+      "name " +
+          odd +
+          " UNION ALL SELECT event_id, event_id FROM vorn_sync_queue WHERE event_id IN "
+          "(SELECT marker_name(event_id) " +
+          odd + "))) WHERE before IS NOT NULL LIMIT ?");
+  std::vector<MarkerPair> pairs;
+  for (pair.bind(limit); pair.next_or_raise();) pairs.push_back({pair.text(0), pair.text(1)});
+  return pairs;
+}
+
 FaultyEvents events_with_long_ids(sqlite3* db, std::size_t longest_bytes) {
   Statement longer(db,
                    "SELECT count(*), substr(min(event_id), 1, 200) FROM vorn_sync_queue WHERE "

@@ -30,6 +30,12 @@ struct FaultyEvents {
 FaultyEvents events_sharing_markers(sqlite3* db);
 /// Another event with the same marker, or "".
 std::string event_sharing_marker(sqlite3* db, const std::string& event_id);
+struct MarkerPair {
+  std::string first;
+  std::string second;
+};
+/// Neighbours among the events, of any state, that share a marker; at most `limit` pairs.
+std::vector<MarkerPair> events_with_one_marker(sqlite3* db, int limit);
 /// Those whose id has more than so many bytes.
 FaultyEvents events_with_long_ids(sqlite3* db, std::size_t longest_bytes);
 /// Those of the rows whose payload has more than so many bytes; payloads are not read.

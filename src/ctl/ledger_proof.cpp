@@ -1,0 +1,135 @@
+#include "ctl/ledger_proof.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "base/limited_command.h"
+#include "ctl/sqlite_ledger.h"
+
+namespace zunol_monitoring::ctl {
+namespace {
+
+using nlohmann::json;
+
+/// What the backend makes of the row `l` and of `previous`, the hash before it.
+constexpr const char* hash_of_row =
+    "lower(hex(sha3(ifnull(previous, '') || l.sequence || ' ' || "
+    "length(CAST(l.history_block_id AS BLOB)) || ' ' || length(CAST(l.event_id AS BLOB)) || ' ' || "
+    "l.history_block_id || l.event_id || l.event, 256)))";
+
+/// The rows behind the one numbered `behind`, ten thousand at most, in one row: how many, the last
+/// of them, how many have no hash, and the first of each kind of fault.
+std::string page_query(std::int64_t behind) {
+  return "SELECT count(*) AS rows, max(sequence) AS last, sum(hash IS NULL) AS unlinked, "
+         "min(iif(sequence<>ifnull(before, 0)+1, sequence, NULL)) AS gap, "
+         "min(iif(hash IS NULL AND previous IS NOT NULL, sequence, NULL)) AS hole, "
+         "min(iif(hash IS NOT wanted AND hash IS NOT NULL, sequence, NULL)) AS changed "
+         "FROM (SELECT l.sequence, before, hash, previous, " +
+         std::string(hash_of_row) +
+         " AS wanted FROM (SELECT *, "
+         "(SELECT max(sequence) FROM ledger AS e WHERE e.sequence<r.sequence) AS before, "
+         "(SELECT hash FROM ledger_chain AS c WHERE c.sequence=r.sequence) AS hash, "
+         "(SELECT hash FROM ledger_chain AS c WHERE c.sequence<r.sequence ORDER BY c.sequence DESC "
+         "LIMIT 1) AS previous FROM ledger AS r WHERE r.sequence>" +
+         std::to_string(behind) + " ORDER BY r.sequence LIMIT 10000) AS l)";
+}
+
+std::string end_query(const std::optional<ChainLink>& anchor) {
+  return "SELECT ifnull(max(sequence), 0) AS head, "
+         "(SELECT hash FROM ledger_chain ORDER BY sequence DESC LIMIT 1) AS hash, "
+         "(SELECT max(seq) FROM sqlite_sequence WHERE name='ledger') AS given, "
+         "(SELECT ifnull(max(sequence), 0) FROM ledger) AS last, "
+         "(SELECT hash FROM ledger_chain WHERE sequence=" +
+         std::to_string(anchor ? anchor->sequence : 0) + ") AS anchored FROM ledger_chain";
+}
+
+/// The one row that the program sqlite3 answers.
+json ask(const std::filesystem::path& ledger, const std::string& query) {
+  const std::string file = std::filesystem::absolute(ledger).string();
+  const auto answer = run_limited_command(
+      "exec sqlite3 -batch -readonly -json -init /dev/null -cmd '.timeout 60000' " +
+          shell_quote(file) + ' ' + shell_quote(query),
+      std::chrono::milliseconds(0));
+  const json rows = json::parse(answer->output, nullptr, false);
+  if (answer->exit_code != 0 || !rows.is_array() || rows.size() != 1) {
+    throw std::runtime_error("cannot verify " + ledger.string() + ": " + answer->output);
+  }
+  return rows.front();
+}
+
+std::int64_t number(const json& row, const char* name) {
+  return row.at(name).is_number_integer() ? row.at(name).get<std::int64_t>() : 0;
+}
+
+std::string text(const json& row, const char* name) {
+  return row.at(name).is_string() ? row.at(name).get<std::string>() : "";
+}
+
+/// The fault of the page that comes first in the ledger.
+std::string first_fault(const json& page) {
+  struct Kind {
+    const char* name;
+    const char* before;
+    const char* behind;
+  };
+  std::int64_t first = 0;
+  std::string fault;
+  for (const Kind& kind : {Kind{"gap", "rows are missing before row ", ""},
+                           Kind{"hole", "the chain leaves out row ", ""},
+                           Kind{"changed", "row ", " or its hash was changed"}}) {
+    const std::int64_t sequence = number(page, kind.name);
+    if (sequence == 0 || (first != 0 && first <= sequence)) continue;
+    first = sequence;
+    fault = kind.before + std::to_string(sequence) + kind.behind;
+  }
+  return fault;
+}
+
+std::string fault_of_end(const json& end, const std::optional<ChainLink>& anchor) {
+  const std::int64_t last = number(end, "last");
+  const std::int64_t given = std::max(number(end, "head"), number(end, "given"));
+  if (given > last) {
+    return "the end is missing: row " + std::to_string(given) + " was appended, and the last is " +
+           std::to_string(last);
+  }
+  if (!anchor || text(end, "anchored") == anchor->hash) return "";
+  const std::string row = "row " + std::to_string(anchor->sequence);
+  return row + (text(end, "anchored").empty() ? ", the anchor, is missing"
+                                              : " is not the one of the anchor");
+}
+
+}  // namespace
+
+std::optional<ChainLink> chain_link_of(const std::string& text) {
+  constexpr std::size_t most_digits = 18;
+  constexpr std::size_t hash_digits = 64;
+  const std::size_t colon = text.find(':');
+  if (colon == 0 || colon > most_digits || text.size() != colon + 1 + hash_digits ||
+      text.find_first_not_of("0123456789") != colon ||
+      text.find_first_not_of("0123456789abcdef", colon + 1) != std::string::npos) {
+    return std::nullopt;
+  }
+  return ChainLink{std::stoll(text), text.substr(colon + 1)};
+}
+
+LedgerProof prove_ledger(const std::filesystem::path& ledger,
+                         const std::optional<ChainLink>& anchor) {
+  if (!LedgerView(ledger).has_chain()) {
+    throw std::runtime_error("cannot verify " + ledger.string() +
+                             ": it has no chain yet, which the next append begins");
+  }
+  LedgerProof proof;
+  for (json page = ask(ledger, page_query(0)); number(page, "rows") > 0;
+       page = ask(ledger, page_query(number(page, "last")))) {
+    proof.rows += number(page, "rows");
+    proof.unlinked += number(page, "unlinked");
+    if (proof.fault.empty()) proof.fault = first_fault(page);
+  }
+  const json end = ask(ledger, end_query(anchor));
+  proof.head = {number(end, "head"), text(end, "hash")};
+  if (proof.fault.empty()) proof.fault = fault_of_end(end, anchor);
+  return proof;
+}
+
+}  // namespace zunol_monitoring::ctl
