@@ -463,6 +463,33 @@ BENCHMARK(maintenance)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
+/// A store that stands, and a new one: the first change of its journal mode writes.
+void open_store(benchmark::State& state) {
+  const Directory directory(state.range(0) != 0 ? fs::temp_directory_path() : memory);
+  const bool anew = state.range(1) != 0;
+  const fs::path ours = directory.path / "ours.db";
+  const fs::path bare = directory.path / "bare.db";
+  SqliteStore{ours}.close();
+  SqliteStore{bare}.close();
+  run_paired(
+      state,
+      [&] {
+        SqliteStore store;
+        store.open(ours);
+      },
+      [&] {
+        sqlite3* db = bare_open(bare);
+        bare_exec(db, "PRAGMA foreign_keys=ON");
+        sqlite3_close(db);
+      },
+      [&] {
+        if (!anew) return;
+        fs::remove(ours);
+        fs::remove(bare);
+      });
+}
+BENCHMARK(open_store)->ArgNames({"disk", "new"})->ArgsProduct({{0, 1}, {0, 1}})->UseManualTime();
+
 }  // namespace
 
 int main(int argc, char** argv) {
