@@ -32,4 +32,7 @@ if(ZUNOL_HARDENED)
       $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
   endif()
   target_link_options(zunol_hardened INTERFACE -Wl,-z,relro -Wl,-z,now)
+  # What a program never calls stays out of it, also where files compile together.
+  target_compile_options(zunol_hardened INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(zunol_hardened INTERFACE -Wl,--gc-sections)
 endif()
