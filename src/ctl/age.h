@@ -15,6 +15,9 @@ std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t oth
 /// The time that an option names: one in the form of utc_timestamp_iso(), or a duration back from
 /// now; "" for "".
 std::string time_of(const std::string& text);
+/// The meaning of an option --since of records.
+inline constexpr const char* since_meaning =
+    "Only those since then: 2h, 3d, or a time such as 2026-01-31T12:00:00Z";
 /// What is wrong with the text as such, or "".
 std::string is_time(const std::string& text);
 

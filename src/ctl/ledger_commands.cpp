@@ -57,8 +57,9 @@ json to_json(const LedgerEntry& e) {
 
 int list(const Tool& tool, const Wish& wish) {
   LedgerView ledger(ledger_of(tool, wish));
-  Listing listing(tool.json,
-                  {"ROW", "APPENDED", "AGE", "LEVEL", "TYPE", "EVENT", "BLOCK", "BYTES"});
+  constexpr std::size_t event_column = 4;
+  Listing listing(tool.json, {"ROW", "AGE", "LEVEL", "TYPE", "EVENT", "BLOCK", "BYTES", "APPENDED"},
+                  event_column);
   std::int64_t before = std::numeric_limits<std::int64_t>::max();
   for (int left = wish.limit; left > 0;) {
     const auto page =
@@ -68,20 +69,20 @@ int list(const Tool& tool, const Wish& wish) {
           entry, [](const auto& e) { return to_json(e); },
           [](const LedgerEntry& e) -> std::vector<std::string> {
             return {std::to_string(e.sequence),
-                    e.appended_at,
                     age_text(e.appended_at),
                     e.level,
                     e.type,
                     e.event_id,
                     e.block,
-                    std::to_string(e.bytes)};
+                    std::to_string(e.bytes),
+                    e.appended_at};
           });
     }
     if (page.empty()) break;
     left -= static_cast<int>(page.size());
     before = page.back().sequence;
   }
-  listing.finish();
+  listing.finish(ledger.count(wish.block), more_by_limit(listing.rows(), wish.limit));
   return done;
 }
 

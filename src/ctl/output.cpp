@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "base/lower_case.h"
 #include "zunol_monitoring/base/environment.h"
 
 namespace zunol_monitoring::ctl {
@@ -134,6 +135,17 @@ std::string coloured(Colour colour, const std::string& text) {
                      : colour == Colour::green  ? "32"
                                                 : "90";
   return std::string("\x1b[") + code + 'm' + text + "\x1b[0m";
+}
+
+bool takes_utf8() {
+  // By its name: the locale itself need not be installed.
+  for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const std::string name = env_or_default(variable, "");
+    if (name.empty()) continue;
+    const std::string lower = lower_case(name);
+    return lower.find("utf-8") != std::string::npos || lower.find("utf8") != std::string::npos;
+  }
+  return false;
 }
 
 int terminal_width() {

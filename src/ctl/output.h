@@ -44,6 +44,9 @@ enum class Colour { red, yellow, green, grey };
 /// The text in this colour where standard output is a terminal and NO_COLOR is not set.
 std::string coloured(Colour colour, const std::string& text);
 
+/// Whether the user's locale has UTF-8.
+bool takes_utf8();
+
 /// Columns of the terminal that standard output is, or 0 where it is none.
 int terminal_width();
 

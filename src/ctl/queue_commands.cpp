@@ -11,6 +11,7 @@
 #include "ctl/read_config.h"
 #include "ctl/tool.h"
 #include "ctl/watch.h"
+#include "history/delivery.h"
 #include "zunol_monitoring/base/clock.h"
 
 namespace zunol_monitoring::ctl {
@@ -23,6 +24,11 @@ std::string next_attempt_text(const PendingSyncRow& row, const std::string& now)
   if (row.next_attempt_at <= now) return "due";
   const auto age = age_of(row.next_attempt_at);
   return age ? "in " + span_text(-*age) : "?";
+}
+
+/// The reason of a failure without what stands before each.
+std::string without_common_prefix(const std::string& error) {
+  return error.starts_with(command_failure) ? error.substr(command_failure.size()) : error;
 }
 
 json row_json(const PendingSyncRow& row, const std::string& now) {
@@ -54,25 +60,20 @@ int list(const Tool& tool, const ListArguments& arguments) {
   const PendingFilter filter = filter_of(arguments);
   StoreView view = look_at_store(tool, read_config(tool.config));
   const std::string now = utc_timestamp_iso();
-  Listing listing(tool.json, {"EVENT", "AGE", "ATTEMPTS", "NEXT", "LAST ERROR"});
+  Listing listing(tool.json, {"NEXT", "FAILED", "AGE", "LAST ERROR", "EVENT"}, 3);
   const auto json_of = [&](const PendingSyncRow& row) { return row_json(row, now); };
   const auto cells_of = [&](const PendingSyncRow& row) -> std::vector<std::string> {
-    return {row.event_id, age_text(row.created_at), std::to_string(row.attempt_count),
-            next_attempt_text(row, now), row.last_error};
+    return {next_attempt_text(row, now), std::to_string(row.attempt_count),
+            age_text(row.created_at), without_common_prefix(row.last_error), row.event_id};
   };
   const RowIds ids =
       view.look([&](sqlite3* db) { return pending_row_ids(db, filter, arguments.limit); });
-  visit_rows(view, ids, pending_rows, [&](const PendingSyncRow& row) {
+  visit_rows(view, ids, tool.json, pending_rows, [&](const PendingSyncRow& row) {
     listing.add(row, json_of, cells_of);
     return true;
   });
-  listing.finish();
-  const std::int64_t pending = view.look(count_pending_sync_rows);
-  const auto shown = static_cast<std::int64_t>(ids.size());
-  if (!tool.json && pending > shown) {
-    print(std::to_string(shown) + " of " + std::to_string(pending) + " rows" +
-          (shown == arguments.limit ? "; --limit shows more\n" : "\n"));
-  }
+  const std::int64_t pending = tool.json ? 0 : view.look(count_pending_sync_rows);
+  listing.finish(pending, more_by_limit(listing.rows(), arguments.limit));
   return done;
 }
 
@@ -193,8 +194,7 @@ void add_queue_commands(CLI::App& app, Tool& tool) {
   add_limit(list_command, arguments->limit);
   add_flag(list_command, "--failed", arguments->failed, "Only those whose last attempt failed");
   add_option(list_command, "--type", arguments->type, "Only events of this type");
-  add_option(list_command, "--since", arguments->since,
-             "Only those queued since then: 2h, 3d, or a time such as 2026-01-31T12:00:00Z",
+  add_option(list_command, "--since", arguments->since, since_meaning,
              {.word = "TIME", .check = is_time});
   add_option(list_command, "--error", arguments->error, "Only those with this in the last error");
 

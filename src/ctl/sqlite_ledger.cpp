@@ -87,6 +87,13 @@ std::vector<LedgerEntry> LedgerView::entries(const std::string& block, std::int6
   });
 }
 
+std::int64_t LedgerView::count(const std::string& block) {
+  return view_.look([&](sqlite3* db) {
+    Statement rows(db, "SELECT count(*) FROM ledger WHERE ?1='' OR history_block_id=?1");
+    return rows.bind(block).next_or_raise() ? rows.integer64(0) : 0;
+  });
+}
+
 std::vector<LedgerRow> LedgerView::rows_of(const std::string& event_id) {
   return view_.look([&](sqlite3* db) {
     Statement row(db, std::string(select_row) + "event_id=? ORDER BY sequence");

@@ -52,6 +52,7 @@ class LedgerView {
   /// The newest rows with a sequence below `before`, of the block or, for "", of all; at most
   /// `limit`. Texts are cut to 1,000 characters.
   std::vector<LedgerEntry> entries(const std::string& block, std::int64_t before, int limit);
+  std::int64_t count(const std::string& block);
   /// The rows with this id, one a block.
   std::vector<LedgerRow> rows_of(const std::string& event_id);
   /// What is in the ledger in place of an event whose file had this payload: "" the event,

@@ -17,7 +17,9 @@ CLI::App& add_command(Tool& tool, CLI::App& group, const std::string& name,
                       const std::string& description, std::function<int()> run) {
   CLI::App* command = group.add_subcommand(name, description);
   command->fallthrough();
-  command->callback([&tool, run = std::move(run)] { tool.chosen = run; });
+  command->callback([&tool, command, run = std::move(run)] {
+    if (command->get_subcommands().empty()) tool.chosen = run;  // the innermost command runs
+  });
   return *command;
 }
 

@@ -41,7 +41,7 @@ void run_append_command(const Config& config, const VornSyncItem& item,
     line += shell_assignment("ZUNOL_VORN_EVENT_ID", item.event_id);
     result = run_within(line + config.vorn.append_command, limits);
   }
-  if (result.exit_code != 0) throw std::runtime_error("append_command failed: " + result.error);
+  if (result.exit_code != 0) throw std::runtime_error(std::string(command_failure) + result.error);
 }
 
 }  // namespace

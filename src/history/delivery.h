@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <string_view>
 
 #include "zunol_monitoring/config/config.h"
 #include "zunol_monitoring/store/sync_queue.h"
@@ -17,6 +18,9 @@ struct DeliveryLimits {
 
 /// Raised when give_up said so; no std::exception, as the event has not failed.
 struct DeliveryGivenUp {};
+
+/// What a command printed stands behind it.
+inline constexpr std::string_view command_failure = "append_command failed: ";
 
 /// Returns when the event is delivered. Raises what export_spool_file raises, and
 /// std::runtime_error with "append_command failed: " and what it printed, "append_command ended

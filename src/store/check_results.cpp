@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/json_depth.h"
+#include "store/cut_columns.h"
 #include "store/inspection.h"
 #include "store/statement.h"
 #include "zunol_monitoring/store/sqlite_store.h"
@@ -13,9 +14,12 @@ namespace {
 using nlohmann::json;
 using Labels = std::map<std::string, std::string>;
 
-const std::string select_result =
-    "SELECT check_type, check_name, target, state, level, message, value, created_at, labels "
-    "FROM check_results ";
+const std::string result_columns =
+    "check_type, check_name, target, state, level, message, value, created_at, labels";
+const std::string select_result = "SELECT " + result_columns + " FROM check_results ";
+
+/// Seconds since 1970, NULL for what is no time.
+const std::string moment = "CAST(strftime('%s', created_at) AS INTEGER)";
 
 constexpr const char* no_labels = "{}";
 
@@ -101,16 +105,61 @@ std::optional<double> SqliteStore::max_check_value(const std::string& check_type
                        .bind(check_type, check_name, since));
 }
 
-RowIds check_result_ids(sqlite3* db, const std::string& check_type, int limit) {
+RowIds check_result_ids(sqlite3* db, const ResultFilter& filter, int limit) {
+  // Whatever is not "failed" reads as ok.
   return Statement(db,
-                   "SELECT id FROM check_results WHERE ?1='' OR check_type=?1 ORDER BY created_at "
-                   "DESC, id DESC LIMIT ?2")
-      .bind(check_type, limit)
+                   "SELECT id FROM check_results WHERE (?1='' OR check_type=?1) AND (?2='' OR "
+                   "(state='failed')=(?2='failed')) AND created_at>=?3 ORDER BY created_at DESC, "
+                   "id DESC LIMIT ?4")
+      .bind(filter.check_type, filter.state, filter.since, limit)
       .row_ids();
 }
 
-std::vector<CheckResult> check_results(sqlite3* db, std::span<const std::int64_t> ids) {
-  return Statement(db, select_result + "WHERE id=?").each(ids, read_result);
+std::vector<CheckResult> check_results(sqlite3* db, std::span<const std::int64_t> ids,
+                                       int longest_text) {
+  return Statement(db, "SELECT " + cut_columns(result_columns, longest_text) +
+                           " FROM check_results WHERE id=?")
+      .each(ids, read_result);
+}
+
+std::vector<ResultSeries> result_series(sqlite3* db, const std::string& check_name,
+                                        const std::string& since, int limit) {
+  Statement rows(db,
+                 "SELECT substr(check_type, 1, 200), substr(target, 1, 200), count(*), "
+                 "min(value), max(value), min(" +
+                     moment + "), max(" + moment +
+                     ") FROM check_results WHERE check_name=? AND created_at>=? AND " + moment +
+                     " IS NOT NULL GROUP BY check_type, target ORDER BY 1, 2 LIMIT ?");
+  rows.bind(check_name, since, limit);
+  std::vector<ResultSeries> series;
+  while (rows.next_or_raise()) {
+    series.push_back({.check_name = check_name,
+                      .check_type = rows.text(0),
+                      .target = rows.text(1),
+                      .since = since,
+                      .results = rows.integer64(2),
+                      .least = rows.real(3),
+                      .greatest = rows.real(4),
+                      .from_sec = rows.integer64(5),
+                      .until_sec = rows.integer64(6)});
+  }
+  return series;
+}
+
+std::vector<std::optional<double>> result_means(sqlite3* db, const ResultSeries& series,
+                                                std::int64_t from_sec, std::int64_t until_sec,
+                                                int spans) {
+  Statement rows(db,
+                 "SELECT (" + moment +
+                     "-?1)*?3/(?2-?1+1), avg(value) FROM check_results WHERE "
+                     "check_name=?4 AND substr(check_type, 1, 200)=?5 AND substr(target, 1, 200)="
+                     "?6 AND created_at>=?7 AND " +
+                     moment + " BETWEEN ?1 AND ?2 GROUP BY 1");
+  rows.bind(from_sec, until_sec, spans, series.check_name, series.check_type, series.target,
+            series.since);
+  std::vector<std::optional<double>> means(static_cast<std::size_t>(spans));
+  while (rows.next_or_raise()) means.at(static_cast<std::size_t>(rows.integer64(0))) = rows.real(1);
+  return means;
 }
 
 }  // namespace zunol_monitoring

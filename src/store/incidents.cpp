@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 
+#include "store/cut_columns.h"
 #include "store/inspection.h"
 #include "store/statement.h"
 #include "zunol_monitoring/base/clock.h"
@@ -15,9 +16,12 @@ namespace {
 constexpr std::array status_names = {"new",     "acknowledged", "investigating", "muted",
                                      "snoozed", "resolved",     "auto_resolved"};
 
-const std::string select_incident =
-    "SELECT id, fingerprint, check_type, check_name, target, level, status, title, message, "
-    "current_value, first_seen_at, last_seen_at, resolved_at, repeat_count FROM incidents ";
+const std::string incident_columns =
+    "id, fingerprint, check_type, check_name, target, level, status, title, message, "
+    "current_value, first_seen_at, last_seen_at, resolved_at, repeat_count";
+const std::string select_incident = "SELECT " + incident_columns + " FROM incidents ";
+
+const std::string event_columns = "event_id, incident_id, type, created_at, payload";
 
 Incident read_incident(const Statement& row) {
   return {.id = row.text(0),
@@ -126,8 +130,8 @@ void SqliteStore::insert_incident_event(const IncidentEvent& event) {
 std::vector<IncidentEvent> SqliteStore::list_incident_events(const std::string& incident_id,
                                                              int limit) {
   return Statement(db,
-                   "SELECT event_id, incident_id, type, created_at, payload FROM incident_events "
-                   "WHERE incident_id=? ORDER BY created_at DESC LIMIT ?")
+                   "SELECT " + event_columns +
+                       " FROM incident_events WHERE incident_id=? ORDER BY created_at DESC LIMIT ?")
       .bind(incident_id, limit)
       .all(read_event);
 }
@@ -136,8 +140,35 @@ RowIds incident_ids(sqlite3* db) {
   return Statement(db, "SELECT rowid FROM incidents ORDER BY last_seen_at DESC, rowid").row_ids();
 }
 
-std::vector<Incident> incidents(sqlite3* db, std::span<const std::int64_t> ids) {
-  return Statement(db, select_incident + "WHERE rowid=?").each(ids, read_incident);
+std::vector<Incident> incidents(sqlite3* db, std::span<const std::int64_t> ids, int longest_text) {
+  return Statement(db, "SELECT " + cut_columns(incident_columns, longest_text) +
+                           " FROM incidents WHERE rowid=?")
+      .each(ids, read_incident);
+}
+
+std::optional<Incident> find_incident(sqlite3* db, const std::string& id) {
+  Statement row(db, select_incident + "WHERE id=?");
+  if (!row.bind(id).next_or_raise()) return std::nullopt;
+  return read_incident(row);
+}
+
+RowIds incident_event_ids(sqlite3* db, const std::string& incident_id) {
+  return Statement(
+             db,
+             "SELECT rowid FROM incident_events WHERE incident_id=? ORDER BY created_at DESC, "
+             "rowid DESC")
+      .bind(incident_id)
+      .row_ids();
+}
+
+std::vector<TrailEvent> incident_events(sqlite3* db, std::span<const std::int64_t> ids,
+                                        int longest_text) {
+  Statement row(db, "SELECT " + cut_columns(event_columns, longest_text) +
+                        ", (SELECT status FROM vorn_sync_queue AS queue WHERE queue.event_id="
+                        "incident_events.event_id) FROM incident_events WHERE rowid=?");
+  return row.each(ids, [](const Statement& found) {
+    return TrailEvent{.event = read_event(found), .queue_status = found.text(5)};
+  });
 }
 
 }  // namespace zunol_monitoring

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "store/connection.h"
+#include "store/cut_columns.h"
 #include "store/statement.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/store/sqlite_store.h"
@@ -45,10 +46,13 @@ RowIds pending_row_ids(sqlite3* db, const PendingFilter& filter, int limit) {
       .row_ids();
 }
 
-std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids) {
-  Statement row(db,
-                "SELECT event_id, created_at, attempt_count, next_attempt_at, last_error FROM "
-                "vorn_sync_queue WHERE rowid=? AND status='pending'");
+std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids,
+                                         int longest_text) {
+  Statement row(db, "SELECT " +
+                        cut_columns("event_id, created_at, attempt_count, next_attempt_at, "
+                                    "last_error",
+                                    longest_text) +
+                        " FROM vorn_sync_queue WHERE rowid=? AND status='pending'");
   return row.each(ids, [](const Statement& found) {
     return PendingSyncRow{.event_id = found.text(0),
                           .created_at = found.text(1),
@@ -151,14 +155,20 @@ SyncQueueStats sync_queue_stats(sqlite3* db) {
   return stats;
 }
 
+std::int64_t count_rows(sqlite3* db, const std::string& table) {
+  std::string quoted;
+  for (const char byte : table) quoted.append(byte == '"' ? 2 : 1, byte);
+  Statement rows(db, "SELECT count(*) FROM \"" + quoted + '"');
+  return count(rows);
+}
+
 std::vector<TableRows> count_table_rows(sqlite3* db) {
   Statement tables(db,
-                   "SELECT name, replace(name, '\"', '\"\"') FROM sqlite_schema WHERE type='table' "
+                   "SELECT name FROM sqlite_schema WHERE type='table' "
                    "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY name");
   std::vector<TableRows> counts;
   while (tables.next_or_raise()) {
-    Statement rows(db, "SELECT count(*) FROM \"" + tables.text(1) + '"');
-    counts.push_back({tables.text(0), count(rows)});
+    counts.push_back({tables.text(0), count_rows(db, tables.text(0))});
   }
   return counts;
 }

@@ -4,6 +4,7 @@
 //
 // A listing has two steps: the row ids of all that it lists, in its order, and then the rows, some
 // at a time. So no statement stays open while a page is printed, and the memory is that of a page.
+// Of texts the rows have the first `longest_text` characters, or all for 0.
 #pragma once
 
 #include <array>
@@ -45,7 +46,8 @@ struct PendingFilter {
 /// The first `limit` of these rows, oldest first.
 RowIds pending_row_ids(sqlite3* db, const PendingFilter& filter, int limit);
 /// Those of the rows that are still pending, in the order of the ids.
-std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids);
+std::vector<PendingSyncRow> pending_rows(sqlite3* db, std::span<const std::int64_t> ids,
+                                         int longest_text);
 
 /// One row whole.
 struct SyncRow {
@@ -73,15 +75,55 @@ std::string last_success_at(sqlite3* db);
 
 /// All incidents, those seen last first.
 RowIds incident_ids(sqlite3* db);
-std::vector<Incident> incidents(sqlite3* db, std::span<const std::int64_t> ids);
+std::vector<Incident> incidents(sqlite3* db, std::span<const std::int64_t> ids, int longest_text);
+std::optional<Incident> find_incident(sqlite3* db, const std::string& id);
+
+/// What happened to an incident.
+struct TrailEvent {
+  IncidentEvent event;
+  std::string queue_status;  ///< of the event in the queue; empty where it is not there
+};
+/// All events of an incident, newest first.
+RowIds incident_event_ids(sqlite3* db, const std::string& incident_id);
+std::vector<TrailEvent> incident_events(sqlite3* db, std::span<const std::int64_t> ids,
+                                        int longest_text);
 
 /// The newest entries of the category, or of all for the empty one.
 RowIds journal_ids(sqlite3* db, const std::string& category, int limit);
-std::vector<JournalEntry> journal_entries(sqlite3* db, std::span<const std::int64_t> ids);
+/// All entries that name an incident, newest first.
+RowIds journal_ids_about(sqlite3* db, const std::string& incident_id);
+std::vector<JournalEntry> journal_entries(sqlite3* db, std::span<const std::int64_t> ids,
+                                          int longest_text);
 
-/// The newest results of the type, or of all for the empty one.
-RowIds check_result_ids(sqlite3* db, const std::string& check_type, int limit);
-std::vector<CheckResult> check_results(sqlite3* db, std::span<const std::int64_t> ids);
+/// Which results are meant; the defaults mean all.
+struct ResultFilter {
+  std::string check_type;
+  std::string state;  ///< "ok" or "failed"
+  std::string since;  ///< of this time or later
+};
+/// The newest of these results.
+RowIds check_result_ids(sqlite3* db, const ResultFilter& filter, int limit);
+std::vector<CheckResult> check_results(sqlite3* db, std::span<const std::int64_t> ids,
+                                       int longest_text);
+
+/// The results of one check on one target, of those whose time is one.
+struct ResultSeries {
+  std::string check_name;
+  std::string check_type;  ///< it and the target: at most the first 200 characters
+  std::string target;
+  std::string since;  ///< only those of this time or later
+  std::int64_t results = 0;
+  double least = 0;
+  double greatest = 0;
+  std::int64_t from_sec = 0;  ///< the oldest, in seconds since 1970
+  std::int64_t until_sec = 0;
+};
+std::vector<ResultSeries> result_series(sqlite3* db, const std::string& check_name,
+                                        const std::string& since, int limit);
+/// The mean of the results in each of so many equal spans of a time; nothing where there is none.
+std::vector<std::optional<double>> result_means(sqlite3* db, const ResultSeries& series,
+                                                std::int64_t from_sec, std::int64_t until_sec,
+                                                int spans);
 
 /// Upper bounds of the classes of age, in seconds: a minute, 10 minutes, an hour, 6 hours, a day
 /// and a week. A last class holds what is older.
@@ -114,6 +156,7 @@ struct TableRows {
   std::int64_t rows = 0;
 };
 
+std::int64_t count_rows(sqlite3* db, const std::string& table);
 /// Every table, in the order of their names.
 std::vector<TableRows> count_table_rows(sqlite3* db);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "store/cut_columns.h"
 #include "store/inspection.h"
 #include "store/statement.h"
 #include "zunol_monitoring/base/clock.h"
@@ -11,8 +12,8 @@
 namespace zunol_monitoring {
 namespace {
 
-const std::string select_entry =
-    "SELECT id, category, action, status, message, details, created_at FROM agent_journal ";
+const std::string entry_columns = "id, category, action, status, message, details, created_at";
+const std::string select_entry = "SELECT " + entry_columns + " FROM agent_journal ";
 
 JournalEntry read_entry(const Statement& row) {
   return {.id = row.integer(0),
@@ -54,8 +55,19 @@ RowIds journal_ids(sqlite3* db, const std::string& category, int limit) {
       .row_ids();
 }
 
-std::vector<JournalEntry> journal_entries(sqlite3* db, std::span<const std::int64_t> ids) {
-  return Statement(db, select_entry + "WHERE id=?").each(ids, read_entry);
+RowIds journal_ids_about(sqlite3* db, const std::string& incident_id) {
+  return Statement(db,
+                   "SELECT id FROM agent_journal WHERE instr(details, ?1)>0 OR "
+                   "instr(message, ?1)>0 ORDER BY id DESC")
+      .bind(incident_id)
+      .row_ids();
+}
+
+std::vector<JournalEntry> journal_entries(sqlite3* db, std::span<const std::int64_t> ids,
+                                          int longest_text) {
+  return Statement(db, "SELECT " + cut_columns(entry_columns, longest_text) +
+                           " FROM agent_journal WHERE id=?")
+      .each(ids, read_entry);
 }
 
 }  // namespace zunol_monitoring

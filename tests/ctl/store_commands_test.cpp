@@ -128,16 +128,19 @@ TEST_F(CtlStore, StatusAndMaintenanceTellTheSize) {
 }
 
 TEST_F(CtlStore, RecordsAreListedNewestFirst) {
-  enqueue({});
+  enqueue({"e1"});
   sql(db, R"(
 INSERT INTO incidents SELECT column1, 'f', 'disk', 'n', '/', column2, column3, '', '', '', '', column4, '', 0
   FROM (VALUES('i1', 'warning', 'new', '2026-01-01T00:00:00Z'),
               ('i2', 'critical', 'resolved', '2026-01-03T00:00:00Z'),
               ('i3', 'critical', 'muted', '2026-01-02T00:00:00Z'));
-INSERT INTO agent_journal(category, action, status, created_at)
-  VALUES('update', 'j1', 'ok', 't'), ('command', 'j2', 'ok', 't');
+INSERT INTO incident_events VALUES('e1', 'i1', 'check_failed', '2026-01-01T00:00:00Z', '{}'),
+  ('e2', 'i1', 'check_recovered', '2026-01-02T00:00:00Z', '{}'), ('e3', 'i2', 'check_failed', '', '');
+INSERT INTO agent_journal(category, action, status, details, created_at)
+  VALUES('update', 'j1', 'ok', '', 't'), ('command', 'j2', 'ok', 'for i1', 't');
 INSERT INTO check_results(check_type, check_name, target, state, level, message, value, created_at, labels)
-  VALUES('disk', '', '', 'ok', 'info', 'r1', 0, 't', '{"a":"b"}'), ('cpu', '', '', 'ok', 'info', 'r2', 0, 't', '{}'))");
+  VALUES('disk', '', '', 'ok', 'info', 'r1', 0, '2026-01-01T00:00:00Z', '{"a":"b"}'),
+        ('cpu', '', '', 'failed', 'info', 'r2', 0, '2026-01-02T00:00:00Z', '{}'))");
   for (const Texts& row : rows_of(R"(
 incidents => id => i2 i3 i1
 incidents --limit 2 => id => i2 i3
@@ -149,13 +152,80 @@ journal --category update => action => j1
 journal --category none => action =>
 results => message => r2 r1
 results --type disk => message => r1
-results --limit 1 => message => r2
+results --state failed => message => r2
+results --state ok => message => r1
+results --since 2026-01-01T00:00:01Z => message => r2
+results --since 2026-01-01T00:00:00Z --limit 1 => message => r2
 )",
                                   "=>")) {
     const std::string values = each(row.at(0), row[1]);
     EXPECT_EQ(values, row[2] + (row[2].empty() ? "" : " ")) << row[0];
     const std::string table = out(row[0]);
-    EXPECT_EQ(std::ranges::count(table, '\n'), 1 + std::ranges::count(values, ' ')) << table;
+    const auto shown = std::ranges::count(values, ' ');
+    const bool all = table.find(" rows") == std::string::npos;
+    EXPECT_EQ(std::ranges::count(table, '\n'), 1 + shown + (all ? 0 : 1)) << table;
+    EXPECT_EQ(all, shown == (row[1] == "id" ? 3 : 2)) << table;
   }
   EXPECT_EQ(json_out("results --type disk")["labels"], (json{{"a", "b"}}));
+  EXPECT_TRUE(out("results --limit 1").ends_with("\n1 of 2 rows; --limit shows more\n"));
+
+  EXPECT_EQ(each("incidents i1", "record"), "incident event event journal ");
+  expect_parts(
+      out("incidents i1 --limit 1"),
+      {"INCIDENT    i1\nlevel       warning\n", "check_recovered  ", "  gone   e2     2026-01-02",
+       "1 of 2 rows; --limit shows more\n", "ok      ?    command   j2"});
+  expect_parts(out("incidents i1"), {"  pending  e1     2026-01-01"});
+  expect_one_error("incidents i4", 1, "no incident i4");
+}
+
+TEST_F(CtlStore, APlotDrawsEachSeriesOverTheSameTime) {
+  enqueue({});
+  sql(db, R"(
+WITH RECURSIVE at(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM at WHERE i < 159)
+INSERT INTO check_results(check_type, check_name, target, state, level, message, value, created_at)
+  SELECT 'disk', 'root', '/', 'ok', 'info', '', i, strftime('%Y-%m-%dT%H:%M:%SZ', i, 'unixepoch') FROM at;
+INSERT INTO check_results(check_type, check_name, target, state, level, message, value, created_at)
+  VALUES('disk', 'root', '/b', 'ok', 'info', '', 7, '1970-01-01T00:01:00Z'),
+        ('disk', 'root', '/b', 'ok', 'info', '', 9e999, 'no time'), ('disk', 'huge', '/', 'ok', 'info', '', 9e999,
+        '1970-01-01T00:00:00Z'), ('disk', 'huge', '/', 'ok', 'info', '', -9e307, '1970-01-01T00:00:01Z'))");
+  const auto steps = [](const Texts& levels) {
+    std::string line;
+    for (const std::string& level : levels) {
+      for (int i = 0; i < 10; ++i) line += level;
+    }
+    return line;
+  };
+  const std::string all =
+      "disk root /: 0 to 159, 160 results\n" + steps({"_", ".", "-", "=", "+", "*", "%", "#"}) +
+      "\ndisk root /b: 7 to 7, 1 results\n" + std::string(30, ' ') + '+' + std::string(49, ' ') +
+      "\nfrom 1970-01-01T00:00:00Z to 1970-01-01T00:02:39Z\n";
+  EXPECT_EQ(out("results plot root"), all);
+  environment["LANG"] = "de_DE.utf8";
+  expect_parts(out("results plot root"), {steps({"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"}) + '\n'});
+  const Texts narrow = lines_of(
+      sh("script -qec 'stty cols 40; \"$ctl\" results plot root' /dev/null | tr -d '\\r'").out);
+  EXPECT_EQ(narrow.at(1).size(), 40 * std::string("▁").size());
+  const json since =
+      json::parse(lines_of(out("results plot root --since 1970-01-01T00:01:20Z --json")).at(0));
+  EXPECT_EQ(since["results"], 80);
+  EXPECT_EQ(since["means"].size(), 80U);
+  EXPECT_EQ(since["means"][79], 159.0);
+  expect_parts(out("results plot huge"), {"disk huge /: -9e+307 to inf, 2 results\n"});
+  expect_one_error("results plot nothing", 1, "no results of a check named nothing");
+}
+
+TEST_F(CtlStore, ListingsTellWhatTheyLeaveOut) {
+  enqueue({"event_20260101T000000Z_0123456789abcdef"});
+  sql(db,
+      "UPDATE vorn_sync_queue SET attempt_count=1, last_error='append_command failed: no route "
+      "to ' || printf('%.*c', 300, 'x')");
+  const std::string piped = out("queue list");
+  EXPECT_EQ(piped.find("append_command failed"), std::string::npos);
+  EXPECT_TRUE(piped.ends_with("\n1 cells or rows are cut; --json has them whole\n")) << piped;
+  EXPECT_LT(lines_of(piped).at(1).size(), 280U);
+  expect_parts(out("queue list --json"), {std::string(300, 'x')});
+  const Texts lines =
+      lines_of(sh("script -qec 'stty cols 80; \"$ctl\" queue list' /dev/null | tr -d '\\r'").out);
+  expect_parts(lines.at(0), {"NEXT  FAILED  AGE"});
+  expect_parts(lines.at(1), {"due   1 ", "no route to x", "…  event_20260101T"});
 }

@@ -19,7 +19,7 @@ class Inspection : public StoreScene {
   StoreView view() const { return StoreView(file_); }
   std::vector<PendingSyncRow> pending(int limit) const {
     return view().look(
-        [limit](sqlite3* db) { return pending_rows(db, pending_row_ids(db, {}, limit)); });
+        [limit](sqlite3* db) { return pending_rows(db, pending_row_ids(db, {}, limit), 0); });
   }
   void queue(const std::string& id, int age_sec, int attempts, int next_attempt_in_sec) {
     const auto now = std::chrono::system_clock::now();
