@@ -7,6 +7,7 @@
 #include "ctl/metrics.h"
 #include "ctl/open_store.h"
 #include "ctl/queue_event.h"
+#include "ctl/queue_figures.h"
 #include "ctl/queue_flush.h"
 #include "ctl/read_config.h"
 #include "ctl/tool.h"
@@ -82,47 +83,10 @@ json moment_json(const std::string& at) {
   return {{"created_at", at}, {"age_sec", age_json(at)}};
 }
 
-std::string moment_text(std::int64_t events, const std::string& at) {
-  if (events == 0) return "none";
-  return at.empty() ? "?" : at + " (" + age_text(at) + " ago)";
-}
-
-/// The class of age `index` of SyncQueueStats::by_age.
-std::string age_class_text(std::size_t index) {
-  if (index == sync_age_bounds_sec.size()) return "older";
-  return "below " + span_text(sync_age_bounds_sec[index]);
-}
-
-/// What `queue stats` tells.
-struct Stats {
-  SyncQueueStats queue;
-  std::string last_success_at;
-  std::vector<ErrorCount> errors;
-};
-
-constexpr int most_errors = 10;
-
-Stats read_stats(sqlite3* db) {
-  return {.queue = sync_queue_stats(db),
-          .last_success_at = last_success_at(db),
-          .errors = count_sync_errors(db, most_errors)};
-}
-
-std::string stats_text(const Stats& all) {
+std::string stats_text(const QueueFigures& all) {
   const SyncQueueStats& stats = all.queue;
   Table figures({"QUEUE", ""});
-  figures.add({"pending", std::to_string(stats.pending)});
-  figures.add({"due", std::to_string(stats.due)});
-  figures.add({"oldest pending", moment_text(stats.pending, stats.oldest_pending_at)});
-  figures.add({"oldest due", moment_text(stats.due, stats.oldest_due_at)});
-  figures.add(
-      {"last success", moment_text(all.last_success_at.empty() ? 0 : 1, all.last_success_at)});
-  figures.add({"failed " + std::to_string(many_sync_failures) + " times or more",
-               std::to_string(stats.failed_often)});
-  if (stats.beyond_schedule > 0) {
-    figures.add({"waiting for over an hour, as the clock was put back",
-                 std::to_string(stats.beyond_schedule)});
-  }
+  for (const auto& [name, figure] : named_figures(all)) figures.add({name, figure});
   Table ages({"AGE", "EVENTS", ""});
   constexpr std::int64_t widest_bar = 40;
   for (std::size_t i = 0; i < stats.by_age.size(); ++i) {
@@ -142,7 +106,7 @@ std::string stats_text(const Stats& all) {
   return text + '\n' + errors.text(width);
 }
 
-json stats_json(const Stats& all) {
+json stats_json(const QueueFigures& all) {
   const SyncQueueStats& stats = all.queue;
   json ages = json::array();
   for (std::size_t i = 0; i < stats.by_age.size(); ++i) {
@@ -168,7 +132,7 @@ json stats_json(const Stats& all) {
 }
 
 int show_stats(const Tool& tool) {
-  const Stats stats = look_at_store(tool, read_config(tool.config)).look(read_stats);
+  const QueueFigures stats = look_at_store(tool, read_config(tool.config)).look(read_queue_figures);
   if (tool.json) {
     print_json(stats_json(stats));
   } else {
@@ -179,7 +143,7 @@ int show_stats(const Tool& tool) {
 
 int watch_stats(const Tool& tool) {
   const Config config = read_config(tool.config);
-  watch([&] { return stats_text(look_at_store(tool, config).look(read_stats)); });
+  watch([&] { return stats_text(look_at_store(tool, config).look(read_queue_figures)); });
   return done;
 }
 

@@ -1,5 +1,6 @@
 // zunol-monitoring-ctl incidents, journal and results: what the agent has recorded, newest first.
 #include "ctl/age.h"
+#include "ctl/amounts.h"
 #include "ctl/incident_trail.h"
 #include "ctl/listing.h"
 #include "ctl/open_store.h"

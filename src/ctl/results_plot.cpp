@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "ctl/age.h"
+#include "ctl/amounts.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
@@ -103,12 +104,6 @@ int plot(const Tool& tool, const PlotArguments& arguments) {
 }
 
 }  // namespace
-
-std::string number_text(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%g", value);
-  return text;
-}
 
 void add_plot_command(CLI::App& results, Tool& tool) {
   const auto arguments = std::make_shared<PlotArguments>();

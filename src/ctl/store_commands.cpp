@@ -1,7 +1,7 @@
 // zunol-monitoring-ctl store: how full the store is, and its maintenance.
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "ctl/amounts.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
@@ -15,18 +15,6 @@ namespace {
 
 using nlohmann::json;
 namespace fs = std::filesystem;
-
-/// "512 B", "10.0 MiB".
-std::string bytes_text(std::uint64_t bytes) {
-  const char* const units[] = {"KiB", "MiB", "GiB"};
-  if (bytes < 1024) return std::to_string(bytes) + " B";
-  double value = static_cast<double>(bytes) / 1024;
-  std::size_t unit = 0;
-  for (; value >= 1024 && unit + 1 < std::size(units); ++unit) value /= 1024;
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f %s", value, units[unit]);
-  return text;
-}
 
 std::string size_text(std::uint64_t bytes, std::uint64_t limit) {
   if (limit == 0) return bytes_text(bytes) + ", without a limit";
