@@ -16,7 +16,6 @@
 namespace zunol_monitoring {
 
 PrivateFile::PrivateFile(std::filesystem::path path) : path_(std::move(path)) {
-  constexpr mode_t owner_only = 0600;
   file_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, owner_only);
   if (file_ < 0) fail();
   fchmod(file_, owner_only);  // a strict umask may have taken more; failure leaves it stricter

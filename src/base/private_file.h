@@ -7,6 +7,7 @@
 
 namespace zunol_monitoring {
 
+inline constexpr unsigned owner_only = 0600;
 inline constexpr unsigned group_readable = 0640;
 inline constexpr unsigned world_readable = 0644;
 

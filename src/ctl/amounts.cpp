@@ -16,9 +16,9 @@ std::string bytes_text(std::uint64_t bytes) {
   return text;
 }
 
-std::string number_text(double value) {
+std::string number_text(double value, int digits) {
   char text[32];
-  std::snprintf(text, sizeof text, "%g", value);
+  std::snprintf(text, sizeof text, "%.*g", digits, value);
   return text;
 }
 

@@ -5,6 +5,7 @@
 
 #include "ctl/metrics.h"
 #include "ctl/output.h"
+#include "ctl/report.h"
 #include "ctl/tool.h"
 #include "zunol_monitoring/config/load.h"
 
@@ -48,6 +49,7 @@ int run(int argc, char** argv) {
   add_record_commands(app, tool);
   add_ledger_commands(app, tool);
   add_metrics_command(app, tool);
+  add_report_command(app, tool);
 
   try {
     app.parse(argc, argv);

@@ -22,7 +22,7 @@ using nlohmann::json;
 // ---- queue check
 
 struct Bounds {
-  std::string max_age = "10m";
+  std::string max_age = default_max_age;
   int max_pending = -1;  ///< none
   int max_failed = -1;
 };

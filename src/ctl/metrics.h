@@ -5,6 +5,9 @@
 
 namespace zunol_monitoring::ctl {
 
+/// How long the oldest event may wait before it is a breach.
+inline constexpr const char* default_max_age = "10m";
+
 /// Adds `queue check`, one line and a status, to the group queue.
 void add_queue_check_command(CLI::App& group, Tool& tool);
 

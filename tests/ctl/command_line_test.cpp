@@ -36,6 +36,8 @@ store =>
 incidents --level high => --level
 journal --limit x => --limit
 results --type => --type
+report => --html is required
+report --html r --since yesterday => is no time
 )x");
 }
 

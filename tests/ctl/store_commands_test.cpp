@@ -26,7 +26,7 @@ class CtlStore : public Ctl {
 TEST_F(CtlStore, NoStoreIsAnEmptyOneAndNoneIsMade) {
   for (const std::string words :
        {"queue list", "queue stats", "queue flush", "queue check", "store status", "store maintain",
-        "incidents", "journal", "results", "metrics"}) {
+        "incidents", "journal", "results", "metrics", "report --html \"$dir\"r.html"}) {
     const ProcessResult result = ctl(words);
     EXPECT_EQ(result.status, 0) << words;
     EXPECT_EQ(result.err, "zunol-monitoring-ctl: no store at " + db.string() + " yet\n") << words;
