@@ -5,14 +5,15 @@ set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/zunol-monitoring)
 set(runtime COMPONENT zunol-monitoring)
 
 install(TARGETS zunol-vorn-append-event DESTINATION ${CMAKE_INSTALL_BINDIR} ${runtime})
-set(pages zunol-vorn-append-event.1 zunol-monitoring-config.5 zunol-monitoring-event.5)
+set(pages zunol-vorn-append-event.1 zunol-monitoring-check-backend.1 zunol-monitoring-config.5
+  zunol-monitoring-event.5)
 if(ZUNOL_BUILD_CTL)
   install(TARGETS zunol-monitoring-ctl DESTINATION ${CMAKE_INSTALL_BINDIR} ${runtime})
   install(FILES packaging/bash-completion/zunol-monitoring-ctl
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${runtime})
   list(APPEND pages zunol-monitoring-ctl.1)
 endif()
-install(PROGRAMS backends/sqlite-ledger
+install(PROGRAMS backends/sqlite-ledger backends/check-backend
         DESTINATION lib/zunol-monitoring/backends ${runtime})
 install(FILES examples/config.yaml
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples ${runtime})
