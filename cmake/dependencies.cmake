@@ -10,8 +10,11 @@ endif()
 if(NOT TARGET yaml-cpp AND NOT TARGET yaml-cpp::yaml-cpp)
   find_package(yaml-cpp REQUIRED)
 endif()
-if(ZUNOL_BUILD_CTL)
+if(ZUNOL_BUILD_CTL OR ZUNOL_BUILD_POSTGRES_LEDGER)
   find_package(CLI11 REQUIRED)
+endif()
+if(ZUNOL_BUILD_POSTGRES_LEDGER)
+  find_package(PostgreSQL REQUIRED)
 endif()
 
 # The append command starts once for every event, and loading shared libraries would take longer than

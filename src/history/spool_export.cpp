@@ -11,8 +11,8 @@ namespace zunol_monitoring {
 
 std::filesystem::path spool_file_path(const VornConfig& config, const VornSyncItem& item) {
   const std::string stamp = item.created_at.empty() ? utc_timestamp_compact() : item.created_at;
-  return config.export_dir /
-         (sanitize_path_component(stamp) + '_' + sanitize_path_component(item.event_id) + ".json");
+  return config.export_dir / (sanitize_path_component(stamp) + '_' +
+                              sanitize_path_component(item.event_id) + std::string(spool_name_end));
 }
 
 void export_spool_file(const VornConfig& config, const VornSyncItem& item) {
