@@ -4,11 +4,11 @@ Ends with status 77 where PostgreSQL 15 or later is not installed. ZUNOL_KILLS s
 collector is killed.
 """
 
+import contextlib
 import glob
 import json
 import os
 import random
-import re
 import signal
 import socket
 import subprocess
@@ -27,6 +27,7 @@ POSTGRES = max(glob.glob("/usr/lib/postgresql/*/bin/initdb"), default="", key=la
 PATH = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"}
 WITHOUT_ROOT = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"] if os.getuid() == 0 else []
 home = Path()
+primary = None
 
 
 def run(arguments, environment=(), **options):
@@ -520,7 +521,10 @@ class ZReplication(Case):  # the last one: it ends without the first server
         self.once(standby, "rep2", ["in-commit"])
 
 
-if __name__ == "__main__":
+@contextlib.contextmanager
+def ledger(**settings):
+    """A primary with an empty ledger, in a directory of its own."""
+    global home, primary
     if not POSTGRES or int(POSTGRES.split("/")[4]) < 15:
         print("skipped: PostgreSQL 15 or later is not installed (Debian: postgresql)")
         sys.exit(77)
@@ -528,6 +532,7 @@ if __name__ == "__main__":
         home = Path(name)
         home.chmod(0o755)
         primary = Server("primary")
+        primary.settings.update(settings)
         try:
             primary.create()
             run(["psql", "-XAtqc", "CREATE DATABASE ledger"], {**primary.env("root"), "PGDATABASE": "postgres"})
@@ -535,7 +540,12 @@ if __name__ == "__main__":
             assert installed.returncode == 0, installed.stderr
             primary.sql("CREATE ROLE host_a LOGIN PASSWORD 'it''s a secret' IN ROLE ledger_host; "
                         "CREATE ROLE auditor LOGIN IN ROLE ledger_reader; CREATE ROLE stranger LOGIN")
-            tests = unittest.main(argv=[sys.argv[0], *sys.argv[2:]], exit=False)
+            yield primary
         finally:
             primary.stop("immediate")
+
+
+if __name__ == "__main__":
+    with ledger():
+        tests = unittest.main(argv=[sys.argv[0], *sys.argv[2:]], exit=False)
     sys.exit(0 if tests.result.wasSuccessful() else 1)
