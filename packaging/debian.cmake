@@ -1,5 +1,9 @@
 # The Debian packages: cpack -G DEB in the build directory.
-foreach(package zunol-monitoring libzunol-monitoring-dev)
+set(packages zunol-monitoring libzunol-monitoring-dev)
+if(ZUNOL_BUILD_POSTGRES_LEDGER)
+  list(APPEND packages zunol-monitoring-postgres-ledger)
+endif()
+foreach(package IN LISTS packages)
   install(FILES packaging/debian/copyright
           DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${package} EXCLUDE_FROM_ALL)
   zunol_install_gzipped(packaging/debian/changelog changelog
@@ -18,10 +22,15 @@ foreach(kind sysusers tmpfiles)
           DESTINATION lib/${kind}.d ${runtime} EXCLUDE_FROM_ALL)
 endforeach()
 
+if(ZUNOL_BUILD_POSTGRES_LEDGER)
+  install(FILES packaging/systemd/zunol-monitoring-collect@.service
+          DESTINATION lib/systemd/system COMPONENT zunol-monitoring-postgres-ledger EXCLUDE_FROM_ALL)
+endif()
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "Zunol Monitoring <monitoring@zunol.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "core of the Zunol host monitoring agent")
-set(CPACK_COMPONENTS_ALL zunol-monitoring libzunol-monitoring-dev)
+set(CPACK_COMPONENTS_ALL ${packages})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -52,4 +61,16 @@ set(CPACK_COMPONENT_LIBZUNOL-MONITORING-DEV_DESCRIPTION
 configuration, durable outbox and local store as a static C++20 library with
 its headers, found with CMake (zunol_monitoring) or pkg-config
 (zunol-monitoring).")
+# A package of its own, as nothing else needs libpq.
+set(CPACK_DEBIAN_ZUNOL-MONITORING-POSTGRES-LEDGER_PACKAGE_NAME zunol-monitoring-postgres-ledger)
+set(CPACK_DEBIAN_ZUNOL-MONITORING-POSTGRES-LEDGER_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_ZUNOL-MONITORING-POSTGRES-LEDGER_PACKAGE_DEPENDS "zunol-monitoring")
+set(scripts ${PROJECT_SOURCE_DIR}/packaging/debian/postgres-ledger)
+set(CPACK_DEBIAN_ZUNOL-MONITORING-POSTGRES-LEDGER_PACKAGE_CONTROL_EXTRA
+  "${scripts}/postinst;${scripts}/prerm;${scripts}/postrm")
+set(CPACK_DEBIAN_ZUNOL-MONITORING-POSTGRES-LEDGER_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_COMPONENT_ZUNOL-MONITORING-POSTGRES-LEDGER_DESCRIPTION
+"The program postgres-ledger, which keeps the history of many hosts in
+PostgreSQL: a backend for one event, a collector for directories of events,
+and the proof that nothing in the history was changed.")
 include(CPack)

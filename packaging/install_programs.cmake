@@ -38,3 +38,8 @@ foreach(page IN LISTS pages)
   zunol_install_gzipped(packaging/man/${page} ${page}
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT zunol-monitoring)
 endforeach()
+if(ZUNOL_BUILD_POSTGRES_LEDGER)
+  install(TARGETS postgres-ledger DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT zunol-monitoring-postgres-ledger)
+  zunol_install_gzipped(packaging/man/postgres-ledger.1 postgres-ledger.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT zunol-monitoring-postgres-ledger)
+endif()

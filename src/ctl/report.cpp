@@ -13,6 +13,8 @@
 #include "base/private_file.h"
 #include "ctl/age.h"
 #include "ctl/amounts.h"
+#include "ctl/html.h"
+#include "ctl/listing.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
@@ -45,23 +47,24 @@ void leave_out(Report& report, std::int64_t number, const std::string& of_what) 
   if (number > 0) report.left_out.push_back(std::to_string(number) + ' ' + of_what);
 }
 
-/// What `read` gives for a row id, whose record is let go before the next one is read: its texts
-/// can be of any size.
+/// Hands to `take` what `read` gives for the row ids, with texts that are long enough to be cut.
 template <class Read, class Take>
-void visit_one_by_one(StoreView& view, const RowIds& ids, Read read, Take take) {
-  for (const std::int64_t id : ids) {
-    for (const auto& row : view.look([&](sqlite3* db) { return read(db, std::span(&id, 1)); })) {
-      take(row);
-    }
-  }
+void visit(StoreView& view, const RowIds& ids, Read read, Take take) {
+  const auto read_cut = [read](sqlite3* db, std::span<const std::int64_t> page, int /*longest*/) {
+    return read(db, page, static_cast<int>(longest_html_text) + 1);
+  };
+  visit_rows(view, ids, false, read_cut, [&](const auto& row) {
+    take(row);
+    return true;
+  });
 }
 
 void add_incidents(Report& report, StoreView& view) {
   report.open_incidents = view.look(count_open_incidents);
   report.critical_incidents = view.look(count_open_critical_incidents);
   const RowIds ids = view.look([](sqlite3* db) { return open_incident_ids(db, most_incidents); });
-  visit_one_by_one(view, ids, incidents,
-                   [&](const Incident& incident) { report.incidents += incident_card(incident); });
+  visit(view, ids, incidents,
+        [&](const Incident& incident) { report.incidents += incident_card(incident); });
   leave_out(report, report.open_incidents - static_cast<std::int64_t>(ids.size()),
             "open incidents, none of them worse than those above");
 }
@@ -73,8 +76,8 @@ void add_checks(Report& report, StoreView& view) {
   for (const Trend& trend : trends.checks) {
     if (++charts > most_charts) break;
     std::string message;
-    visit_one_by_one(view, {trend.last.id}, check_results,
-                     [&](const CheckResult& result) { message = result.message; });
+    visit(view, {trend.last.id}, check_results,
+          [&](const CheckResult& result) { message = result.message; });
     report.checks += check_card(trend, report.period, message);
   }
   leave_out(report, static_cast<std::int64_t>(trends.checks.size()) - most_charts,
@@ -86,8 +89,8 @@ void add_checks(Report& report, StoreView& view) {
 void add_journal(Report& report, StoreView& view, const std::string& since) {
   const RowIds ids =
       view.look([&](sqlite3* db) { return journal_ids_since(db, since, most_entries); });
-  visit_one_by_one(view, ids, journal_entries,
-                   [&](const JournalEntry& entry) { report.journal += journal_row(entry); });
+  visit(view, ids, journal_entries,
+        [&](const JournalEntry& entry) { report.journal += journal_row(entry); });
   const std::int64_t entries =
       view.look([&](sqlite3* db) { return count_journal_since(db, since); });
   leave_out(report, entries - static_cast<std::int64_t>(ids.size()),
