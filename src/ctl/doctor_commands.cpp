@@ -122,7 +122,7 @@ class Story {
     if (!row_) return say("It is not in the queue: maintenance has pruned it, or it never was.");
     say("It was queued at " + item_.created_at + ", " + age_text(item_.created_at) + " ago.");
     if (item_.attempt_count > 0) {
-      say(std::to_string(item_.attempt_count) + " attempts have failed" +
+      say("Failed attempts: " + std::to_string(item_.attempt_count) +
           (item_.last_error.empty() ? "." : ", the last one with: " + item_.last_error));
     }
     if (!is_pending()) return say("It was delivered at " + row_->sent_at + '.');
@@ -140,7 +140,7 @@ class Story {
   }
 
   void tell_files() {
-    if (all_.spool_file) {
+    if (row_ && all_.spool_file) {
       say(all_.spool_file->there
               ? "Its spool file " + all_.spool_file->path.string() + " waits for the collector."
               : "There is no spool file " + all_.spool_file->path.string() + '.');

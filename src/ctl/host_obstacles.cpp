@@ -135,6 +135,11 @@ class Host {
     obstacles.push_back({std::move(what), std::move(remedy)});
   }
 
+  bool told_by_surroundings(const std::string& word) const {
+    return word.starts_with('/') &&
+           (vorn_.append_command.starts_with(word) || vorn_.bridge_command.starts_with(word));
+  }
+
   void program(const std::string& name, const std::string& word) {
     constexpr std::chrono::seconds limit(10);  // a directory of PATH can be far away
     struct stat status = {};
@@ -146,8 +151,8 @@ class Host {
       }
       add(name + ": " + word + " is no program that this user can run: it " + ownership(status),
           "install it anew, or chmod a+rx it");
-    } else if (is_path && word.starts_with('/') && name == "vorn.append_command") {
-      return;  // the surroundings tell it
+    } else if (told_by_surroundings(word)) {
+      return;
     } else if (const auto found = run_limited_command("command -v " + word, limit);
                is_path || !found || found->exit_code != 0) {
       add(name + ": the program " + word + " is not found" + (is_path ? "" : " in PATH"),

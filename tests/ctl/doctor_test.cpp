@@ -69,6 +69,7 @@ max_batch => 0 => vorn.max_batch must be
 history_block_id => '' => vorn.history_block_id is required
 append_command => A=1 nowhere-to-be-found; true => the program nowhere-to-be-found is not found in PATH
 append_command => $dir/none => vorn.append_command: $dir/none is not there
+bridge_command => $dir/none => vorn.bridge_command: $dir/none is not there => vorn.wallet_file: /etc
 append_command => $dir/plain zunol-vorn-append-event => $dir/plain is no program that this user can run: it belongs to 
 bridge_command => nowhere-to-be-found => the program nowhere-to-be-found is not found => vorn.wallet_file: /etc/zunol/monitoring-agent/agent.vorn: No such file
 bridge_command => sh -c x $dir/sqlite-ledger $dir/l.db => $dir/sqlite-ledger is not found
@@ -206,7 +207,7 @@ UPDATE vorn_sync_queue SET status='pending', payload=payload||' ' WHERE event_id
       {"a_b.ok is that of the event a_b, for which the append command takes it -> ",
        "both: a_b -> "});
   why("bad", 1,
-      {"2 attempts have failed, the last one with: no route\nIts next attempt comes at 2999",
+      {"Failed attempts: 2, the last one with: no route\nIts next attempt comes at 2999",
        "refuses it: invalid event: missing required field: schema -> ",
        "it waits for its next attempt, in ", "as the clock was put back -> "});
   why("worse", 1, {"the append command refuses it: [json.exception.parse_error"});
