@@ -87,6 +87,7 @@ class Collector {
       work();
     } catch (const std::exception& error) {
       status_ = try_again;
+      progress_.reset();
       print_error(path.string() + ": " + error.what());
       if (dynamic_cast<const Failure*>(&error) == nullptr) return;
       server_is_away_ = !connection_ || !connection_->usable();
@@ -202,9 +203,12 @@ class Collector {
     print_error(message);
   }
 
+  /// A name that no block can have is not the fault of the files.
   std::string block_of(const SpoolDirectory& spool) const {
-    if (!collection_.block.empty()) return collection_.block;
-    return std::filesystem::canonical(spool.path()).filename().string();
+    std::string block = collection_.block;
+    if (block.empty()) block = std::filesystem::canonical(spool.path()).filename().string();
+    if (!can_be_id(block)) throw Failure(wrong_usage, "no block can have the name " + block);
+    return block;
   }
 
   const Collection& collection_;

@@ -14,6 +14,8 @@ constexpr Oid text_type = 25;
 constexpr Oid bytea_list_type = 1001;
 constexpr Oid text_list_type = 1009;
 
+constexpr std::size_t longest_id_bytes = 1024;  // as in the schema
+
 void append_number(std::string& bytes, std::size_t number) {
   for (const int shift : {24, 16, 8, 0}) bytes += static_cast<char>(number >> shift);
 }
@@ -77,10 +79,21 @@ Appended append_events(Connection& connection, const std::string& block,
   return appended;
 }
 
+bool can_be_id(const std::string& text) {
+  try {
+    (void)nlohmann::json(text).dump();
+  } catch (const nlohmann::json::type_error&) {  // no UTF-8
+    return false;
+  }
+  return !text.empty() && text.size() <= longest_id_bytes;
+}
+
 std::string explain_verdict(std::string_view verdict, std::string_view block, std::string_view id) {
   std::string text = "block " + std::string(block) + " ";
   if (verdict == "conflict") return text + "has the id " + std::string(id) + " with another event";
-  if (verdict == "refused") return text + "takes no id or name of more than 1024 bytes";
+  if (verdict == "refused") {
+    return text + "takes no id or name of more than " + std::to_string(longest_id_bytes) + " bytes";
+  }
   return text + "says " + std::string(verdict) + " of the event " + std::string(id);
 }
 

@@ -43,6 +43,10 @@ struct Appended {
 Appended append_events(Connection& connection, const std::string& block,
                        const std::vector<Event>& events);
 
+/// Whether the text can be the name of a block: UTF-8, not empty, and no longer than the ledger
+/// takes.
+bool can_be_id(const std::string& text);
+
 /// Why an event with this verdict, which is neither added nor known, cannot be in the block.
 std::string explain_verdict(std::string_view verdict, std::string_view block, std::string_view id);
 

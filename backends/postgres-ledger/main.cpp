@@ -43,6 +43,9 @@ int main(int argc, char** argv) {
   } catch (const std::exception& error) {
     print_error(error.what());
   }
-  if (std::fflush(stdout) != 0 && status == done) status = try_again;
+  if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && status == done) {
+    print_error("cannot write standard output");
+    status = try_again;
+  }
   return status;
 }

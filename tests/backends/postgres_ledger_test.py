@@ -188,6 +188,8 @@ class Backend(Case):
         for file, part in [("missing\nfile", "No such file"), ("fifo", "no regular file"), ("", "no regular file"), ("empty", "empty")]:
             self.ends(append(primary, ZUNOL_VORN_EVENT_FILE=str(home / file)), 66, part)
         self.ends(append(primary, arguments=["a", "b"]), 64, "usage")
+        with open("/dev/full", "w") as full:
+            self.assertEqual(subprocess.run([LEDGER, "schema"], env=PATH, stdout=full, stderr=subprocess.DEVNULL).returncode, 75)
         self.ends(append(primary, arguments=["collect", "--no"]), 64)
         self.ends(append(primary, arguments=["no-service"]), 75, "no-service")
         self.ends(append(primary, PGHOST=str(home)), 75, "No such file")
@@ -329,6 +331,7 @@ class Collector(Case):
     def test_a_failure_before_the_commit_and_a_second_collector_touch_nothing(self):
         spool = Spool("before").fill(["x", "y"])
         self.ends(run([LEDGER, "collect", str(spool.path), "--once"], {"PGHOST": str(home)}), 75)
+        self.ends(spool.collect(primary, "--block", b"\xff".decode(errors="surrogateescape")), 75, "no block can have")
         session = primary.hold("before")
         collector = spool.start(primary, "--once")
         eventually("the collector waits", lambda: primary.count_waiting() == 1)
