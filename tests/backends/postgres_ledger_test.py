@@ -22,6 +22,7 @@ from pathlib import Path
 
 PROGRAMS = Path(sys.argv[1] if len(sys.argv) > 1 else "build/bin").resolve()
 LEDGER = str(PROGRAMS / "postgres-ledger")
+CHECK_BACKEND = Path(__file__).resolve().parents[2] / "backends/check-backend"
 KILLS = int(os.environ.get("ZUNOL_KILLS", "6"))
 POSTGRES = max(glob.glob("/usr/lib/postgresql/*/bin/initdb"), default="", key=lambda path: int(path.split("/")[4]))
 PATH = {"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"}
@@ -66,8 +67,10 @@ class Server:
 
     def start(self, **settings):
         self.settings.update(settings)
-        options = " ".join(f"-c {key}='{value}'" for key, value in self.settings.items())
-        self.tool("pg_ctl", "-D", self.data, "-w", "-l", self.place / "log", "-o", options, "start")
+        self.tool("pg_ctl", "-D", self.data, "-w", "-l", self.place / "log", "-o", self.options(), "start")
+
+    def options(self):
+        return " ".join(f"-c {key}='{value}'" for key, value in self.settings.items())
 
     def stop(self, mode="fast"):
         if (self.data / "postmaster.pid").exists():
@@ -163,6 +166,26 @@ class Case(unittest.TestCase):
 
 
 class Backend(Case):
+    def holds_the_contract(self, **service):
+        """check-backend finds no fault; the server goes away and comes back on the way."""
+        settings = {"user": "host_a", "dbname": "ledger", "port": 5432, **service}
+        (home / "services").write_text("[ledger]\n" + "".join(f"{key}={value}\n" for key, value in settings.items()))
+        (home / "read.sql").write_text(
+            "\\getenv block ZUNOL_VORN_HISTORY_BLOCK_ID\n\\getenv id ZUNOL_VORN_EVENT_ID\n"
+            "SELECT encode(event, 'hex') FROM ledger.event JOIN ledger.block USING (block_no) "
+            "WHERE block_id = :'block' AND event_id = :'id';\n")
+        control = " ".join([*WITHOUT_ROOT, str(Path(POSTGRES).with_name("pg_ctl")), "-D", str(primary.data), "-w -l"])
+        done = run(["python3", str(CHECK_BACKEND), "--read",
+                    f'PGPASSFILE= psql -XAtq "host={primary.place} port={settings["port"]} user=root dbname=ledger" -f {home}/read.sql |'
+                    " python3 -c 'import sys; sys.stdout.buffer.write(bytes.fromhex(sys.stdin.read()))'",
+                    "--away", f"{control} {primary.place}/log -m immediate stop >{home}/control 2>&1",
+                    "--back", f"{control} {primary.place}/log -o \"{primary.options()}\" start >{home}/control 2>&1",
+                    f"PGSERVICEFILE={home}/services {LEDGER} ledger"], primary.env())
+        self.assertEqual((done.returncode, done.stderr.decode()), (0, ""), done.stdout.decode())
+
+    def test_the_contract_of_backends_holds(self):
+        self.holds_the_contract(host=primary.place)
+
     def test_bytes_are_kept_and_a_document_where_there_can_be_one(self):
         deep = b"[" * 20000 + b"]" * 20000
         for name, content, document in [
@@ -303,6 +326,8 @@ class Backend(Case):
         tls = {"PGHOST": "localhost", "PGPORT": port, "PGSSLMODE": "verify-full", "PGSSLROOTCERT": f"{home}/server.crt"}
         try:
             self.ends(append(primary, "tls", **tls), 0)
+            self.holds_the_contract(host="localhost", port=port, sslmode="verify-full", sslrootcert=home / "server.crt",
+                                    passfile=home / "wallet")
             self.ends(append(primary, "tls", **{**tls, "PGSSLROOTCERT": f"{home}/other.crt"}), 75, "certificate verify failed")
             (home / "wallet").write_text("localhost:*:*:host_a:another\n")
             self.ends(append(primary, "tls", **tls), 75, "authentication failed")
