@@ -17,7 +17,7 @@ install(PROGRAMS backends/sqlite-ledger backends/check-backend
         DESTINATION lib/zunol-monitoring/backends ${runtime})
 install(FILES examples/config.yaml
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples ${runtime})
-install(FILES docs/configuration.md docs/operations.md DESTINATION ${CMAKE_INSTALL_DOCDIR} ${runtime})
+install(FILES docs/configuration.md docs/operations.md docs/fleet.md DESTINATION ${CMAKE_INSTALL_DOCDIR} ${runtime})
 
 find_program(ZUNOL_GZIP gzip REQUIRED)
 mark_as_advanced(ZUNOL_GZIP)
