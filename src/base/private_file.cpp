@@ -46,6 +46,11 @@ void PrivateFile::publish(const std::filesystem::path& final_path, unsigned mode
 void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
 
 void replace_file(const std::filesystem::path& path, std::string_view text, unsigned mode) {
+  const std::filesystem::file_status there = std::filesystem::symlink_status(path);
+  if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there) &&
+      !std::filesystem::is_symlink(there)) {
+    throw std::runtime_error("cannot write " + path.string() + ": it is no regular file");
+  }
   ensure_parent_directory(path);
   const std::filesystem::path temporary = path.string() + ".tmp." + make_id("file");
   PrivateFile file(temporary);

@@ -38,7 +38,9 @@ class PrivateFile {
 };
 
 /// Writes `text` into a private file beside `path`, whose directories are created where missing,
-/// and publishes it as `path`. A failure leaves nothing behind, and raises what that does.
+/// and publishes it as `path`; a link there goes, and what it names stays. What is there and is no
+/// regular file, such as a device, raises std::runtime_error with "cannot write ", the path and
+/// ": it is no regular file". A failure leaves nothing behind, and raises what that does.
 void replace_file(const std::filesystem::path& path, std::string_view text,
                   unsigned mode = group_readable);
 

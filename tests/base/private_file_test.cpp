@@ -30,13 +30,19 @@ TEST(PrivateFile, AFileIsReplacedWholeOrNotAtAll) {
     replace_file(dir / "a/b", text);
     EXPECT_EQ(read_text_file(dir / "a/b"), text);
   }
-  std::filesystem::create_directory(dir / "a/taken");
-  EXPECT_ANY_THROW(replace_file(dir / "a/taken", "new"));
+  // A device such as /dev/null would be gone.
+  std::filesystem::create_directory(dir / "a/directory");
+  ASSERT_EQ(mkfifo((dir / "a/fifo").c_str(), 0600), 0);
+  for (const char* name : {"a/directory", "a/fifo"}) {
+    const auto path = dir / name;
+    EXPECT_EQ(error_of([&] { replace_file(path, "new"); }),
+              "cannot write " + path.string() + ": it is no regular file");
+  }
   // What was planted under the final name is not followed.
   std::filesystem::create_symlink(dir / "a/b", dir / "a/link");
   replace_file(dir / "a/link", "its own");
   EXPECT_EQ(read_text_file(dir / "a/b"), "new");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "a"), {}), 3);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir / "a"), {}), 4);
 }
 
 TEST(PrivateFile, ANameThatIsTakenIsNeverWritten) {
