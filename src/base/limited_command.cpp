@@ -152,13 +152,16 @@ class ShellProcess {
   int status_ = 0;
 };
 
+/// A longer one is none: the clock could not count it.
+constexpr milliseconds longest_limit = std::chrono::hours(24 * 365);
+
 }  // namespace
 
 std::optional<CommandResult> run_limited_command(const std::string& line, milliseconds limit,
                                                  const std::function<bool()>& give_up) {
   // The system takes a line only up to its first zero byte, which would be another line.
   if (line.find('\0') != std::string::npos) throw std::runtime_error("cannot run command");
-  const bool limited = limit > milliseconds(0);
+  const bool limited = limit > milliseconds(0) && limit < longest_limit;
   const Patience patience{limited ? Clock::now() + limit : Clock::time_point::max(), give_up};
   ShellProcess shell(line);
   CutText output;

@@ -8,6 +8,7 @@
 #include "ctl/report.h"
 #include "ctl/tool.h"
 #include "zunol_monitoring/config/load.h"
+#include "zunol_monitoring/store/store_error.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -81,6 +82,11 @@ int main(int argc, char** argv) {
   std::signal(SIGXFSZ, [](int) {});  // a limit on the size of files is to be an error of a write
   try {
     return run(argc, argv);
+  } catch (const zunol_monitoring::StoreError& error) {
+    const std::string what = error.what();
+    const bool older = what.starts_with("no such column");
+    print_error(older ? what + ": of an older version, which `store maintain` completes" : what);
+    return failed;
   } catch (const std::exception& error) {
     print_error(error.what());
     return failed;

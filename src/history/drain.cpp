@@ -1,6 +1,6 @@
 #include "history/drain.h"
 
-#include <stdexcept>
+#include <exception>
 
 #include "store/due_rows.h"
 
@@ -9,27 +9,23 @@ namespace {
 
 constexpr int rows_of_a_step = 1000;
 
-/// Another flush may have marked the row, and a maintenance taken it away: then all is well. A row
-/// that still stands there has an id that no statement can name.
-void require_marked(SqliteStore& store, std::int64_t id, const VornSyncItem& row) {
-  if (mark_row_sent(store, row.event_id)) return;
-  const auto left = find_due_row(store, id);
-  if (left && left->event_id == row.event_id) {
-    throw std::runtime_error("the row of this id cannot be marked");
-  }
-}
-
 /// Why the row was not delivered, if it was not.
-std::optional<std::string> try_row(const Config& config, SqliteStore& store, std::int64_t id,
+std::optional<std::string> try_row(const Config& config, SqliteStore& store,
                                    const VornSyncItem& row, const DeliveryLimits& limits) {
   try {
     deliver_event(config, row, limits);
-    require_marked(store, id, row);
+    store.mark_sync_event_sent(row.event_id);
     return std::nullopt;
   } catch (const std::exception& error) {
-    record_row_failure(store, row.event_id, error.what());
+    store.record_sync_failure(row.event_id, error.what());
     return error.what();
   }
+}
+
+std::optional<std::string> refuse_row(SqliteStore& store, std::int64_t id) {
+  const std::string error = "the row's id is no text";
+  record_unusable_row(store, id, error);
+  return error;
 }
 
 }  // namespace
@@ -47,7 +43,10 @@ void drain_due_rows(const Config& config, SqliteStore& store, const Drain& drain
     if (ids.empty()) return;
     for (const std::int64_t id : ids) {
       const auto row = find_due_row(store, id);
-      if (row && !drain.tell(*row, try_row(config, store, id, *row, drain.limits))) return;
+      if (!row) continue;
+      const auto failure =
+          row->usable_id ? try_row(config, store, row->item, drain.limits) : refuse_row(store, id);
+      if (!drain.tell(row->item, failure)) return;
     }
   }
 }

@@ -31,6 +31,17 @@ bool is_left(const fs::directory_entry& entry) {
          status.st_uid == geteuid() && std::time(nullptr) - status.st_mtime > youngest_left_sec;
 }
 
+/// As far as the directory can be read.
+std::vector<fs::directory_entry> entries_of(const fs::path& directory) {
+  std::error_code failure;
+  std::vector<fs::directory_entry> entries;
+  for (fs::directory_iterator entry(directory, failure), end; !failure && entry != end;
+       entry.increment(failure)) {
+    entries.push_back(*entry);
+  }
+  return entries;
+}
+
 /// What the file has, as far as it can be read.
 std::string readable_text(const fs::path& file) {
   std::ostringstream text;
@@ -61,11 +72,11 @@ void EventFile::remove() const {
 void remove_left_event_files() {
   std::error_code ignored;
   std::vector<fs::path> left;
-  for (const auto& entry : fs::directory_iterator(fs::temp_directory_path(), ignored)) {
+  for (const auto& entry : entries_of(fs::temp_directory_path(ignored))) {
     if (is_left(entry)) left.push_back(entry.path());
   }
   if (left.empty()) return;
-  for (const auto& process : fs::directory_iterator("/proc", ignored)) {
+  for (const auto& process : entries_of("/proc")) {
     for (const char* words : {"environ", "cmdline"}) {
       const std::string text = readable_text(process.path() / words);
       std::erase_if(left, [&text](const fs::path& file) {

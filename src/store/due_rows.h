@@ -1,5 +1,4 @@
-// The rows of the outbox by their row ids: what a drain asks beyond the operations of a daemon. A
-// row id also finds a row whose event id is no text, which another hand has put there.
+// The rows of the outbox by their row ids: what a drain asks beyond the operations of a daemon.
 //
 // Due rows without a time of a next attempt stand in the index of pending rows one behind the
 // other, in the order of their queueing.
@@ -32,12 +31,16 @@ DueRowCursor begin_due_rows(SqliteStore& store);
 /// The next rows, at most `limit`, and the cursor behind them.
 std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& place, int limit);
 
+struct DueRow {
+  VornSyncItem item;
+  /// The id is a text without a zero byte. Another hand can have put another one there, which would
+  /// be taken for the event whose id it begins with.
+  bool usable_id = true;
+};
 /// The row, where it is still pending.
-std::optional<VornSyncItem> find_due_row(SqliteStore& store, std::int64_t id);
+std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id);
 
-/// As mark_sync_event_sent and record_sync_failure, also for an id that is a blob. By the event's
-/// id, as a row id can be another event's by now. Marking tells whether a row has the id.
-bool mark_row_sent(SqliteStore& store, const std::string& event_id);
-void record_row_failure(SqliteStore& store, const std::string& event_id, const std::string& error);
+/// As record_sync_failure, for a row without a usable id; nothing where the row has one.
+void record_unusable_row(SqliteStore& store, std::int64_t id, const std::string& error);
 
 }  // namespace zunol_monitoring

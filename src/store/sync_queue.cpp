@@ -27,25 +27,9 @@ VornSyncItem read_item(const Statement& row) {
           .created_at = row.text(5)};
 }
 
-/// How a statement names its row: as text, or also where another hand has put the id as a blob.
-constexpr const char* text_id = "event_id=?";
-constexpr const char* any_id = "event_id IN (?, CAST(? AS BLOB))";
-
-template <class... Id>
-void mark_sent(sqlite3* db, const std::string& row, const Id&... id) {
-  Statement(db,
-            "UPDATE vorn_sync_queue SET status='sent', sent_at=?, next_attempt_at='', "
-            "last_error='' WHERE " +
-                row)
-      .bind(utc_timestamp_iso(), id...)
-      .run();
-}
-
-template <class... Id>
-void record_failure(sqlite3* db, const std::string& error, const std::string& row,
-                    const Id&... id) {
+void record_failure(sqlite3* db, const std::string& error, const std::string& row, const auto& id) {
   const int failures = Statement(db, "SELECT attempt_count FROM vorn_sync_queue WHERE " + row)
-                           .bind(id...)
+                           .bind(id)
                            .first([](const Statement& found) { return found.integer(0); })
                            .value_or(0);
   const auto next_attempt =
@@ -54,9 +38,13 @@ void record_failure(sqlite3* db, const std::string& error, const std::string& ro
             "UPDATE vorn_sync_queue SET attempt_count=attempt_count+1, next_attempt_at=?, "
             "last_error=? WHERE " +
                 row)
-      .bind(utc_timestamp_iso(next_attempt), error, id...)
+      .bind(utc_timestamp_iso(next_attempt), error, id)
       .run();
 }
+
+/// Such an id is no text, or one that a shell cannot pass on.
+const std::string has_no_usable_id =
+    "(typeof(event_id)<>'text' OR instr(CAST(event_id AS BLOB), x'00')>0)";
 
 }  // namespace
 
@@ -84,11 +72,15 @@ std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_
 }
 
 void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
-  mark_sent(db, text_id, event_id);
+  Statement(db,
+            "UPDATE vorn_sync_queue SET status='sent', sent_at=?, next_attempt_at='', "
+            "last_error='' WHERE event_id=?")
+      .bind(utc_timestamp_iso(), event_id)
+      .run();
 }
 
 void SqliteStore::record_sync_failure(const std::string& event_id, const std::string& error) {
-  record_failure(db, error, text_id, event_id);
+  record_failure(db, error, "event_id=?", event_id);
 }
 
 int make_rows_due(SqliteStore& store, int limit, bool all) {
@@ -138,20 +130,17 @@ std::vector<std::int64_t> next_due_row_ids(SqliteStore& store, DueRowCursor& pla
   return ids;
 }
 
-std::optional<VornSyncItem> find_due_row(SqliteStore& store, std::int64_t id) {
-  Statement row(StoreConnection::of(store), select_pending + "AND rowid=?");
-  if (!row.bind(id).next_or_raise()) return std::nullopt;
-  return read_item(row);
-}
-
-bool mark_row_sent(SqliteStore& store, const std::string& event_id) {
+std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id) {
   sqlite3* db = StoreConnection::of(store);
-  mark_sent(db, any_id, event_id, event_id);
-  return sqlite3_changes(db) > 0;
+  Statement row(db, select_pending + "AND rowid=?");
+  if (!row.bind(id).next_or_raise()) return std::nullopt;
+  Statement unusable(db, "SELECT 1 FROM vorn_sync_queue WHERE rowid=? AND " + has_no_usable_id);
+  return DueRow{read_item(row), !unusable.bind(id).next_or_raise()};
 }
 
-void record_row_failure(SqliteStore& store, const std::string& event_id, const std::string& error) {
-  record_failure(StoreConnection::of(store), error, any_id, event_id, event_id);
+void record_unusable_row(SqliteStore& store, std::int64_t id, const std::string& error) {
+  record_failure(StoreConnection::of(store), error,
+                 has_no_usable_id + " AND status='pending' AND rowid=?", id);
 }
 
 }  // namespace zunol_monitoring
