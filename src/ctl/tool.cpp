@@ -47,10 +47,10 @@ template void add_option(CLI::App&, const std::string&, std::vector<std::string>
 
 void add_number(CLI::App& command, const std::string& name, int& value, int least,
                 const std::string& description, const std::string& word) {
-  command.add_option(name, value, description)
-      ->check(CLI::Range(least, std::numeric_limits<int>::max()))
-      ->type_name(word)
-      ->capture_default_str();
+  CLI::Option* option = command.add_option(name, value, description)
+                            ->check(CLI::Range(least, std::numeric_limits<int>::max()))
+                            ->type_name(word);
+  if (value >= least) option->capture_default_str();
 }
 
 void add_limit(CLI::App& command, int& limit) {

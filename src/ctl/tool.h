@@ -55,7 +55,7 @@ template <class Value>
 void add_option(CLI::App& command, const std::string& name, Value& value,
                 const std::string& description, const OptionForm& form = {});
 
-/// Adds an option with a whole number from `least` on; `value` holds its default.
+/// Adds an option with a whole number from `least` on; `value` holds its default, or less for none.
 void add_number(CLI::App& command, const std::string& name, int& value, int least,
                 const std::string& description, const std::string& word = "N");
 

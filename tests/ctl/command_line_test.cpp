@@ -45,6 +45,8 @@ TEST_F(CommandLine, HelpAndVersionGoToStandardOutput) {
   expect_parts(out("--help"), {"event"});
   expect_parts(out("config -h"), {"Usage: zunol-monitoring-ctl config"});
   expect_parts(out("event send --help"), {"Usage: zunol-monitoring-ctl event send [OPTIONS] TYPE"});
+  // The help tells no default where there is none.
+  EXPECT_EQ(out("queue check --help").find("=-1"), std::string::npos);
   expect_parts(out("--version"), {"zunol-monitoring-ctl 1."});
 }
 
