@@ -68,7 +68,7 @@ struct CommandLine {
         ->check(CLI::Range(1, longest_period_sec))
         ->type_name("N")
         ->capture_default_str();
-    command.add_flag("--once", collection.once, "End when the directories are empty");
+    command.add_flag("--once", collection.once, "End after one look");
   }
 
   CLI::App& add(const std::string& name, const std::string& description,
