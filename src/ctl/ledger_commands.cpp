@@ -92,12 +92,11 @@ int show(const Tool& tool, const Wish& wish) {
   if (rows.empty()) throw std::runtime_error("no event " + wish.id + " in " + file.string());
   for (const LedgerRow& row : rows) {
     if (tool.json) {
-      const json event = json::parse(row.event, nullptr, false);
       print_json({{"sequence", row.sequence},
                   {"history_block_id", row.block},
                   {"event_id", row.event_id},
                   {"appended_at", row.appended_at},
-                  {"event", event.is_discarded() ? json(row.event) : event}});
+                  {"event", document_of(row.event)}});
       continue;
     }
     print("row " + std::to_string(row.sequence) + ", block " + printable(row.block) +

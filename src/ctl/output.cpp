@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "base/json_depth.h"
 #include "base/lower_case.h"
 #include "zunol_monitoring/base/environment.h"
 
@@ -52,11 +53,17 @@ void print(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) note_failure();
 }
 
+nlohmann::json document_of(const std::string& text) {
+  nlohmann::json document = nlohmann::json::parse(text, nullptr, false);
+  if (document.is_discarded() || nested_deeper_than(max_data_depth, document)) return text;
+  return document;
+}
+
 void print_document(const std::string& text) {
-  using json = nlohmann::json;
-  const json document = json::parse(text, nullptr, false);
+  const nlohmann::json document = document_of(text);
   const std::string lines =
-      document.is_discarded() ? text : document.dump(2, ' ', false, json::error_handler_t::replace);
+      document.is_string() ? text
+                           : document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
   for (std::size_t begin = 0; begin < lines.size();) {
     const std::size_t end = std::min(lines.find('\n', begin), lines.size());
     print(printable(lines.substr(begin, end - begin)) + '\n');

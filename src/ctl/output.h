@@ -16,7 +16,9 @@ void claim_standard_descriptors();
 
 /// Writes the text to standard output. Failures come to light in finish_output.
 void print(std::string_view text);
-/// Writes a JSON text indented, and any other text as it is, line by line as `printable` has it.
+/// The JSON value of a text, or the text where it is no JSON or nested deeper than can be written.
+nlohmann::json document_of(const std::string& text);
+/// Writes such a value indented, and any other text as it is, line by line as `printable` has it.
 void print_document(const std::string& text);
 /// Writes the value on one line. Text that is no UTF-8 has its wrong bytes replaced, and what
 /// commands the terminal is escaped.

@@ -55,7 +55,6 @@ json trace_json(const Trace& trace) {
 }
 
 json row_json(const SyncRow& row, const Whereabouts& all) {
-  const json payload = json::parse(row.item.payload, nullptr, false);
   json object = {{"event_id", row.item.event_id},
                  {"status", row.item.status},
                  {"created_at", row.item.created_at},
@@ -63,7 +62,7 @@ json row_json(const SyncRow& row, const Whereabouts& all) {
                  {"next_attempt_at", row.next_attempt_at},
                  {"last_error", row.item.last_error},
                  {"sent_at", row.sent_at},
-                 {"payload", payload.is_discarded() ? json(row.item.payload) : payload},
+                 {"payload", document_of(row.item.payload)},
                  {"marker", trace_json(all.marker)}};
   if (all.spool_file) object["spool_file"] = trace_json(*all.spool_file);
   if (all.ledger) {

@@ -37,6 +37,12 @@ TEST_F(Ledger, ListsAndShowsItsRows) {
   EXPECT_EQ(row["sequence"], 2);
   EXPECT_EQ(row["event"]["event_id"], "e_2");
   expect_parts(out("ledger show e3"), {"row 3, block b", "\"event_id\": \"e3\""});
+  // Deeper than can be written by levels.
+  const std::string deep = std::string(200'000, '[') + std::string(200'000, ']');
+  write("deep", deep);
+  sql("INSERT INTO ledger VALUES(5, 'b', 'deep', readfile('" + (dir / "deep").string() + "'), '')");
+  EXPECT_EQ(json_out("ledger show deep")["event"], deep);
+  EXPECT_TRUE(out("ledger show deep").ends_with('\n' + deep + '\n'));
   expect_errors("ledger ", 1, R"(
 show e5 => no event e5 in
 list --ledger $dir/no.db => no ledger at
@@ -46,7 +52,7 @@ verify --ledger $dir/state/agent.db => no chain yet
   expect_one_error("ledger verify --anchor 1:x", 2, "is no row");
   configure();
   expect_one_error("ledger list", 1, "names no sqlite-ledger: --ledger names the file");
-  EXPECT_EQ(each("ledger list --limit 1 --ledger $dir/ledger.db", "event_id"), "e4 ");
+  EXPECT_EQ(each("ledger list --limit 1 --ledger $dir/ledger.db", "event_id"), "deep ");
 }
 
 TEST_F(Ledger, TellsTheFirstFaultOfItsHistory) {
