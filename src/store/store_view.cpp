@@ -56,6 +56,18 @@ std::string immutable_uri(const std::string& file) {
   return uri + "?immutable=1";
 }
 
+/// Whether the file says that its changes go through a -journal file. It is read by SQLite's own
+/// descriptor: to close another would give up the locks of this process.
+bool keeps_journal(sqlite3* db) {
+  constexpr int version_offset = 18;
+  constexpr unsigned char journal_version = 1;
+  sqlite3_file* file = nullptr;
+  sqlite3_file_control(db, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  unsigned char version = 0;
+  return file->pMethods->xRead(file, &version, 1, version_offset) == SQLITE_OK &&
+         version == journal_version;
+}
+
 }  // namespace
 
 StoreView::StoreView(const std::filesystem::path& file)
@@ -74,9 +86,16 @@ void StoreView::open() {
   if (at_rest_) {
     before_ = settled_status_of(file_);
     db_.reset(open_connection(immutable_uri(file_), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI));
-  } else {
-    db_.reset(open_connection(file_, SQLITE_OPEN_READONLY));
+    at_rest_ = !keeps_journal(db_.get());
   }
+  if (!at_rest_) db_.reset(open_connection(file_, SQLITE_OPEN_READONLY));
+}
+
+void StoreView::raise(const StoreError& error) const {
+  if (db_ && sqlite3_extended_errcode(db_.get()) == SQLITE_READONLY_ROLLBACK) {
+    throw StoreError("a change was cut short, and the next one takes it back", error.code());
+  }
+  throw StoreError(error);
 }
 
 void StoreView::reopen(Clock::time_point deadline) {
@@ -87,7 +106,8 @@ void StoreView::reopen(Clock::time_point deadline) {
 
 bool StoreView::holds() const {
   if (nothing_) return true;
-  return at_rest_ ? !in_use() && same_file(before_, status_of(file_)) : in_use();
+  if (at_rest_) return !in_use() && same_file(before_, status_of(file_));
+  return in_use() || keeps_journal(db_.get());
 }
 
 bool StoreView::in_use() const {

@@ -1,8 +1,9 @@
 // A look at a store that others may be writing, and that leaves nothing behind.
 //
-// Beside a -wal or -journal file the look is a connection like any other, which only reads. Without
-// one the database is at rest, and opened the usual way SQLite would make the files of write-ahead
-// mode, which would be the looking user's. So it is opened as one that does not change, and what
+// Beside a -wal or -journal file, and at a database that is not in write-ahead mode, the look is a
+// connection like any other, which only reads. Another database is at rest, and opened the usual
+// way SQLite would make the files of that mode, which would be the looking user's. So it is opened
+// as one that does not change, and what
 // was read counts only when neither the database nor a file beside it has changed meanwhile;
 // otherwise it is read again. What looks damaged is damaged, then, and not just being written.
 #pragma once
@@ -27,9 +28,10 @@ class StoreView {
   static StoreView of_nothing();
 
   /// What `read` makes of the connection; it may be called several times. It should be short and
-  /// leave no statement open: a writer could else not shorten its -wal file meanwhile. Raises what
-  /// `read` raises, and StoreError with "the store keeps changing" when 10 seconds of repeats do
-  /// not help.
+  /// leave no statement open: a writer could else not shorten its -wal file meanwhile, or not write
+  /// at all. Raises what `read` raises, and StoreError with "the store keeps changing" when 10
+  /// seconds of repeats do not help, or with "a change was cut short, and the next one takes it
+  /// back" where a writer left a -journal file behind.
   template <class Read>
   auto look(Read read) {
     for (const auto deadline = Clock::now() + std::chrono::milliseconds(busy_timeout_ms);;
@@ -37,8 +39,8 @@ class StoreView {
       try {
         auto answer = read(nothing_ ? StoreConnection::of(*nothing_) : db_.get());
         if (holds()) return answer;
-      } catch (const StoreError&) {
-        if (holds()) throw;
+      } catch (const StoreError& error) {
+        if (holds()) raise(error);
       }
     }
   }
@@ -50,6 +52,7 @@ class StoreView {
 
   void open();
   void reopen(Clock::time_point deadline);
+  [[noreturn]] void raise(const StoreError& error) const;
   bool holds() const;
   bool in_use() const;
 

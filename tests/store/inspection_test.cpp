@@ -125,6 +125,35 @@ TEST_F(Inspection, WhatIsWrittenDuringALookIsReadAgain) {
       "no such table: no_such");
 }
 
+TEST_F(Inspection, ALongLookAtABusyJournalDatabaseIsNotRepeated) {
+  store_.exec("PRAGMA journal_mode=DELETE");
+  for (const bool while_writing : {false, true}) {
+    if (while_writing) {
+      store_.exec("BEGIN IMMEDIATE");
+      store_.append_journal("c", "a", "ok", "", "");
+    }
+    StoreView looking = view();
+    int looks = 0;
+    looking.look([&](sqlite3* db) {
+      if (++looks > 1) return 0;
+      if (while_writing) store_.exec("ROLLBACK");
+      store_.append_journal("c", "a", "ok", "", "");
+      return static_cast<int>(count_pending_sync_rows(db));
+    });
+    EXPECT_EQ(looks, 1) << while_writing;
+  }
+  // A writer that was killed in the middle.
+  store_.exec("PRAGMA cache_size=1; BEGIN IMMEDIATE");
+  for (int i = 0; i < 100; ++i)
+    store_.enqueue_sync_event(std::to_string(i), std::string(3000, 'x'));
+  const fs::path cut = dir_ / "cut.db";
+  for (const char* suffix : {"", "-journal"}) {
+    fs::copy_file(file_.string() + suffix, cut.string() + suffix);
+  }
+  EXPECT_EQ(error_of([&] { StoreView(cut).look(count_pending_sync_rows); }),
+            "a change was cut short, and the next one takes it back");
+}
+
 TEST_F(Inspection, ADamagedDatabaseIsNoEmptyOne) {
   for (int i = 0; i < 200; ++i) {
     store_.enqueue_sync_event("evt_" + std::to_string(i), std::string(1000, 'x'));
