@@ -18,10 +18,11 @@ constexpr const char* hash_of_row =
     "length(CAST(l.history_block_id AS BLOB)) || ' ' || length(CAST(l.event_id AS BLOB)) || ' ' || "
     "l.history_block_id || l.event_id || l.event, 256)))";
 
-/// The rows behind the one numbered `behind`, ten thousand at most, in one row: how many, the last
+/// The rows with numbers above `behind`, ten thousand at most, in one row: how many, the last
 /// of them, how many have no hash, and the first of each kind of fault.
-std::string page_query(std::int64_t behind) {
+std::string page_query(const std::string& behind) {
   return "SELECT count(*) AS rows, max(sequence) AS last, sum(hash IS NULL) AS unlinked, "
+         "min(iif(sequence<1, sequence, NULL)) AS early, "
          "min(iif(sequence<>ifnull(before, 0)+1, sequence, NULL)) AS gap, "
          "min(iif(hash IS NULL AND previous IS NOT NULL, sequence, NULL)) AS hole, "
          "min(iif(hash IS NOT wanted AND hash IS NOT NULL, sequence, NULL)) AS changed "
@@ -32,7 +33,7 @@ std::string page_query(std::int64_t behind) {
          "(SELECT hash FROM ledger_chain AS c WHERE c.sequence=r.sequence) AS hash, "
          "(SELECT hash FROM ledger_chain AS c WHERE c.sequence<r.sequence ORDER BY c.sequence DESC "
          "LIMIT 1) AS previous FROM ledger AS r WHERE r.sequence>" +
-         std::to_string(behind) + " ORDER BY r.sequence LIMIT 10000) AS l)";
+         behind + " ORDER BY r.sequence LIMIT 10000) AS l)";
 }
 
 std::string end_query(const std::optional<ChainLink>& anchor) {
@@ -73,13 +74,14 @@ std::string first_fault(const json& page) {
     const char* before;
     const char* behind;
   };
-  std::int64_t first = 0;
+  std::optional<std::int64_t> first;
   std::string fault;
-  for (const Kind& kind : {Kind{"gap", "rows are missing before row ", ""},
+  for (const Kind& kind : {Kind{"early", "row ", " was put before the first"},
+                           Kind{"gap", "rows are missing before row ", ""},
                            Kind{"hole", "the chain leaves out row ", ""},
                            Kind{"changed", "row ", " or its hash was changed"}}) {
     const std::int64_t sequence = number(page, kind.name);
-    if (sequence == 0 || (first != 0 && first <= sequence)) continue;
+    if (!page.at(kind.name).is_number() || (first && *first <= sequence)) continue;
     first = sequence;
     fault = kind.before + std::to_string(sequence) + kind.behind;
   }
@@ -120,8 +122,9 @@ LedgerProof prove_ledger(const std::filesystem::path& ledger,
                              ": it has no chain yet, which the next append begins");
   }
   LedgerProof proof;
-  for (json page = ask(ledger, page_query(0)); number(page, "rows") > 0;
-       page = ask(ledger, page_query(number(page, "last")))) {
+  constexpr const char* before_all = "-1e19";  // below what a row's number can be
+  for (json page = ask(ledger, page_query(before_all)); number(page, "rows") > 0;
+       page = ask(ledger, page_query(std::to_string(number(page, "last"))))) {
     proof.rows += number(page, "rows");
     proof.unlinked += number(page, "unlinked");
     if (proof.fault.empty()) proof.fault = first_fault(page);
