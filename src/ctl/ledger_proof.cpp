@@ -45,11 +45,12 @@ std::string end_query(const std::optional<ChainLink>& anchor) {
          std::to_string(anchor ? anchor->sequence : 0) + ") AS anchored FROM ledger_chain";
 }
 
-/// The one row that the program sqlite3 answers.
+/// The one row that the program sqlite3 answers. Its safe mode keeps what others have written into
+/// the ledger's schema from running programs and reading files.
 json ask(const std::filesystem::path& ledger, const std::string& query) {
   const std::string file = std::filesystem::absolute(ledger).string();
   const auto answer = run_limited_command(
-      "exec sqlite3 -batch -readonly -json -init /dev/null -cmd '.timeout 60000' " +
+      "exec sqlite3 -batch -safe -readonly -json -init /dev/null -cmd '.timeout 60000' " +
           shell_quote(file) + ' ' + shell_quote(query),
       std::chrono::milliseconds(0));
   const json rows = json::parse(answer->output, nullptr, false);

@@ -42,11 +42,25 @@ LedgerRow row_of(const Statement& row) {
           .appended_at = row.text(4)};
 }
 
+[[noreturn]] void fail_at(const std::filesystem::path& ledger, const StoreError& error) {
+  throw std::runtime_error(ledger.string() + ": " + error.what());
+}
+
 StoreView view_of(const std::filesystem::path& ledger) {
   if (!database_is_there(ledger)) {
     throw std::runtime_error("no ledger at " + ledger.string());
   }
-  return StoreView(ledger);
+  try {
+    return StoreView(ledger);
+  } catch (const StoreError& error) {
+    fail_at(ledger, error);
+  }
+}
+
+/// What has another's tables, or a view in place of the table, is no ledger.
+bool has_table(sqlite3* db, const std::string& name) {
+  Statement table(db, "SELECT 1 FROM sqlite_schema WHERE type='table' AND name=?");
+  return table.bind(name).next_or_raise();
 }
 
 }  // namespace
@@ -61,12 +75,25 @@ std::optional<LedgerRow> find_in_ledger(const std::filesystem::path& ledger,
   });
 }
 
-LedgerView::LedgerView(const std::filesystem::path& ledger) : view_(view_of(ledger)) {}
+template <class Read>
+auto LedgerView::look(Read read) {
+  try {
+    return view_.look(read);
+  } catch (const StoreError& error) {
+    fail_at(file_, error);
+  }
+}
+
+LedgerView::LedgerView(const std::filesystem::path& ledger)
+    : file_(ledger), view_(view_of(ledger)) {
+  if (look([](sqlite3* db) { return has_table(db, "ledger"); })) return;
+  throw std::runtime_error(file_.string() + ": it has no ledger in it");
+}
 
 std::vector<LedgerEntry> LedgerView::entries(const std::string& block, std::int64_t before,
                                              int limit) {
   constexpr int longest_text = 1000;
-  return view_.look([&](sqlite3* db) {
+  return look([&](sqlite3* db) {
     Statement row(db,
                   "SELECT sequence, substr(history_block_id, 1, ?1), substr(event_id, 1, ?1), "
                   "iif(json_valid(event), substr(json_extract(event, '$.type'), 1, ?1), ''), "
@@ -88,15 +115,18 @@ std::vector<LedgerEntry> LedgerView::entries(const std::string& block, std::int6
 }
 
 std::int64_t LedgerView::count(const std::string& block) {
-  return view_.look([&](sqlite3* db) {
+  return look([&](sqlite3* db) {
     Statement rows(db, "SELECT count(*) FROM ledger WHERE ?1='' OR history_block_id=?1");
     return rows.bind(block).next_or_raise() ? rows.integer64(0) : 0;
   });
 }
 
 std::vector<LedgerRow> LedgerView::rows_of(const std::string& event_id) {
-  return view_.look([&](sqlite3* db) {
-    Statement row(db, std::string(select_row) + "event_id=? ORDER BY sequence");
+  return look([&](sqlite3* db) {
+    // The ids stand in an index, which is far smaller than the events.
+    Statement row(db, std::string(select_row) +
+                          "sequence IN (SELECT sequence FROM ledger WHERE event_id=?) ORDER BY "
+                          "sequence");
     std::vector<LedgerRow> found;
     for (row.bind(event_id); row.next_or_raise();) found.push_back(row_of(row));
     return found;
@@ -105,7 +135,7 @@ std::vector<LedgerRow> LedgerView::rows_of(const std::string& event_id) {
 
 std::string LedgerView::differs(const std::string& block, const std::string& event_id,
                                 const std::string& payload) {
-  return view_.look([&](sqlite3* db) -> std::string {
+  return look([&](sqlite3* db) -> std::string {
     Statement row(db, "SELECT event=? FROM ledger WHERE history_block_id=? AND event_id=?");
     if (!row.bind(payload + '\n', block, event_id).next_or_raise()) return "nothing";
     return row.integer(0) == 1 ? "" : "another event";
@@ -113,10 +143,7 @@ std::string LedgerView::differs(const std::string& block, const std::string& eve
 }
 
 bool LedgerView::has_chain() {
-  return view_.look([](sqlite3* db) {
-    return Statement(db, "SELECT 1 FROM sqlite_schema WHERE type='table' AND name='ledger_chain'")
-        .next_or_raise();
-  });
+  return look([](sqlite3* db) { return has_table(db, "ledger_chain"); });
 }
 
 }  // namespace zunol_monitoring::ctl

@@ -42,11 +42,12 @@ struct LedgerEntry {
   std::int64_t bytes = 0;
 };
 
-/// Looks into one ledger. The operations raise StoreError with SQLite's text.
+/// Looks into one ledger. The operations raise std::runtime_error with the path, ": " and SQLite's
+/// text.
 class LedgerView {
  public:
-  /// Raises std::runtime_error with "no ledger at " and the path, and what database_is_there
-  /// raises.
+  /// Raises also "no ledger at " and the path, the path and ": it has no ledger in it", and what
+  /// database_is_there raises.
   explicit LedgerView(const std::filesystem::path& ledger);
 
   /// The newest rows with a sequence below `before`, of the block or, for "", of all; at most
@@ -62,6 +63,10 @@ class LedgerView {
   bool has_chain();
 
  private:
+  template <class Read>
+  auto look(Read read);
+
+  std::filesystem::path file_;
   StoreView view_;
 };
 

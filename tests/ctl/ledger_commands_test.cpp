@@ -43,12 +43,22 @@ TEST_F(Ledger, ListsAndShowsItsRows) {
   sql("INSERT INTO ledger VALUES(5, 'b', 'deep', readfile('" + (dir / "deep").string() + "'), '')");
   EXPECT_EQ(json_out("ledger show deep")["event"], deep);
   EXPECT_TRUE(out("ledger show deep").ends_with('\n' + deep + '\n'));
+  // A view can call the functions of the program sqlite3, one of which runs others.
+  run_process({"sqlite3", dir / "evil.db",
+               "CREATE TABLE ledger_chain(sequence, hash); INSERT INTO ledger_chain VALUES(1, '');"
+               "CREATE VIEW ledger AS SELECT 1 AS sequence, '' AS history_block_id, '' AS event_id,"
+               "edit('', 'touch " +
+                   (dir / "run").string() + "; true') AS event"},
+              environment);
   expect_errors("ledger ", 1, R"(
 show e5 => no event e5 in
+list --ledger $dir/config.yaml => config.yaml: file is not a database
+verify --ledger $dir/evil.db => evil.db: it has no ledger in it
 list --ledger $dir/no.db => no ledger at
 list --ledger $dir => it is no regular file
-verify --ledger $dir/state/agent.db => no chain yet
+verify --ledger $dir/state/agent.db => agent.db: it has no ledger in it
 )");
+  EXPECT_FALSE(fs::exists(dir / "run"));
   expect_one_error("ledger verify --anchor 1:x", 2, "is no row");
   configure();
   expect_one_error("ledger list", 1, "names no sqlite-ledger: --ledger names the file");
