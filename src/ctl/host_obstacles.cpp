@@ -95,7 +95,8 @@ class Host {
     const auto ledger = sqlite_ledger_of(backend);
     program("the backend", program_of(backend));
     if (!ledger) return;
-    if (program_of(backend) != ledger->program) program("the backend", program_of(ledger->program));
+    const std::string& named = ledger->program;
+    if (named != program_of(backend) && named == program_of(named)) program("the backend", named);
     program("sqlite-ledger", "sqlite3");
   }
 

@@ -1,6 +1,5 @@
 #include "ctl/sqlite_ledger.h"
 
-#include <sstream>
 #include <stdexcept>
 
 #include "ctl/open_store.h"
@@ -10,21 +9,39 @@
 namespace zunol_monitoring::ctl {
 namespace {
 
-std::string without_quotes(const std::string& word) {
-  const bool quoted = word.size() > 1 && (word.front() == '\'' || word.front() == '"') &&
-                      word.back() == word.front();
-  return quoted ? word.substr(1, word.size() - 2) : word;
+/// The words of a shell text without their quotes.
+std::vector<std::string> words_of(const std::string& text) {
+  const std::string ends = " \t\n;&|()<>";
+  std::vector<std::string> words(1);
+  char quote = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == quote) {
+      quote = 0;
+    } else if (quote == 0 && (c == '\'' || c == '"')) {
+      quote = c;
+    } else if (quote == 0 && ends.find(c) != std::string::npos) {
+      if (!words.back().empty()) words.emplace_back();
+    } else if (quote != '\'' && c == '\\' && i + 1 < text.size()) {
+      words.back() += text[++i];
+    } else {
+      words.back() += c;
+    }
+  }
+  if (words.back().empty()) words.pop_back();
+  return words;
 }
 
 }  // namespace
 
 std::optional<SqliteLedger> sqlite_ledger_of(const std::string& backend) {
-  std::istringstream words(backend);
-  for (std::string word; words >> word;) {
-    std::string file;
-    if (without_quotes(word).ends_with("sqlite-ledger") && words >> file) {
-      return SqliteLedger{without_quotes(word), without_quotes(file)};
+  const std::vector<std::string> words = words_of(backend);
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words[i].ends_with("sqlite-ledger") && i + 1 < words.size()) {
+      return SqliteLedger{words[i], words[i + 1]};
     }
+    if (words[i] == backend || words[i].find_first_of(" \t\n") == std::string::npos) continue;
+    if (auto inner = sqlite_ledger_of(words[i])) return inner;
   }
   return std::nullopt;
 }

@@ -15,7 +15,7 @@ struct SqliteLedger {
   std::filesystem::path file;  ///< its ledger
 };
 /// What a backend text names: a word that ends in "sqlite-ledger" and the one behind it, quotes
-/// taken off; nothing where there is none.
+/// taken off, also in a text that is quoted for another shell; nothing where there is none.
 std::optional<SqliteLedger> sqlite_ledger_of(const std::string& backend);
 
 struct LedgerRow {

@@ -1,3 +1,4 @@
+#include "ctl/sqlite_ledger.h"
 #include "tests/ctl/ctl_scene.h"
 
 using nlohmann::json;
@@ -28,6 +29,22 @@ struct Ledger : Ctl {
 };
 
 }  // namespace
+
+TEST(SqliteLedger, ItsFileIsReadFromTheShellTextOfTheBackend) {
+  for (const Texts& row : rows_of(R"x(
+/usr/sqlite-ledger /a/l.db => /a/l.db
+X=1 'sqlite-ledger' "/a b/it's.db" => /a b/it's.db
+sqlite-ledger /a\ b/l.db; echo done => /a b/l.db
+sh -c 'said=$("$@") || exit' - /usr/sqlite-ledger '/a b' => /a b
+sh -c '/usr/sqlite-ledger "/a b/l.db"|grep -q appended' => /a b/l.db
+postgres-ledger sqlite =>
+sqlite-ledger =>
+)x",
+                                  "=>")) {
+    const auto ledger = zunol_monitoring::ctl::sqlite_ledger_of(row[0]);
+    EXPECT_EQ(ledger ? ledger->file.string() : "", row[1]) << row[0];
+  }
+}
 
 TEST_F(Ledger, ListsAndShowsItsRows) {
   EXPECT_EQ(each("ledger list --limit 3", "event_id"), "e4 e3 e_2 ");
