@@ -91,8 +91,11 @@ class Batch {
  public:
   explicit Batch(SqliteStore& store) : store_(store) {}
 
-  bool is_full() const { return answers_.size() == most_lines; }
-  void add(const std::function<json()>& answer) {
+  /// So that the -wal stays small, and others can write in between.
+  bool is_full() const { return answers_.size() == most_lines || bytes_ >= largest_event_bytes; }
+  /// `bytes` is the length of the line.
+  void add(std::size_t bytes, const std::function<json()>& answer) {
+    bytes_ += bytes;
     if (answers_.empty()) store_.exec("BEGIN IMMEDIATE");
     answers_.push_back(answer());
   }
@@ -101,6 +104,7 @@ class Batch {
     store_.exec("COMMIT");
     for (const json& answer : answers_) print_json(answer);
     answers_.clear();
+    bytes_ = 0;
     finish_output();  // the sender may wait for it
   }
 
@@ -109,6 +113,7 @@ class Batch {
 
   SqliteStore& store_;
   std::vector<json> answers_;
+  std::size_t bytes_ = 0;
 };
 
 /// Status 1 when a line was refused. A failure of the store ends the stream: a line without an
@@ -121,7 +126,7 @@ int stream(const Tool& tool) {
   Lines lines;
   Batch batch(store);
   while (const auto line = lines.next([&batch] { batch.commit(); })) {
-    batch.add([&]() -> json {
+    batch.add(line->size(), [&]() -> json {
       try {
         return answer(config, store, *line);
       } catch (const StoreError&) {

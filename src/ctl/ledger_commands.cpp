@@ -113,14 +113,13 @@ int verify(const Tool& tool, const Wish& wish) {
   const auto anchor = chain_link_of(wish.anchor);
   const fs::path file = ledger_of(tool, wish);
   const LedgerProof proof = prove_ledger(file, anchor);
-  const std::string head = std::to_string(proof.head.sequence) + ':' + proof.head.hash;
   if (tool.json) {
     print_json({{"ledger", file.string()},
                 {"ok", proof.fault.empty()},
                 {"fault", proof.fault},
                 {"rows", proof.rows},
                 {"unlinked", proof.unlinked},
-                {"head", head}});
+                {"head", proof.head}});
   } else {
     print(file.string() + ": " +
           (proof.fault.empty() ? coloured(Colour::green, "whole")
@@ -129,7 +128,7 @@ int verify(const Tool& tool, const Wish& wish) {
     if (proof.unlinked > 0) {
       print(", of which " + std::to_string(proof.unlinked) + " are older than the chain");
     }
-    print("\nhead " + printable(head) + '\n');
+    print("\nhead " + printable(proof.head) + '\n');
   }
   return proof.fault.empty() ? done : failed;
 }
@@ -173,6 +172,9 @@ int missing(const Tool& tool, const Wish& wish) {
     }
   }
   const auto pairs = queue.look([](sqlite3* db) { return events_with_one_marker(db, most_pairs); });
+  if (pairs.size() == most_pairs) {
+    print_error("of the ids that share a marker only " + std::to_string(most_pairs) + " are told");
+  }
   for (const MarkerPair& pair : pairs) {
     found.tell(pair.second, "shares its marker with " + pair.first);
   }

@@ -36,11 +36,15 @@ std::string page_query(const std::string& behind) {
          behind + " ORDER BY r.sequence LIMIT 10000) AS l)";
 }
 
-std::string end_query(const std::optional<ChainLink>& anchor) {
-  return "SELECT ifnull(max(sequence), 0) AS head, "
-         "(SELECT hash FROM ledger_chain ORDER BY sequence DESC LIMIT 1) AS hash, "
+/// The ends of ledger and chain, and the last link of the rows up to `verified`: what is appended
+/// meanwhile is not proven.
+std::string end_query(std::int64_t verified, const std::optional<ChainLink>& anchor) {
+  return "SELECT max(sequence) AS chained, "
          "(SELECT max(seq) FROM sqlite_sequence WHERE name='ledger') AS given, "
-         "(SELECT ifnull(max(sequence), 0) FROM ledger) AS last, "
+         "(SELECT max(sequence) FROM ledger) AS last, "
+         "(SELECT sequence || ':' || hash FROM ledger_chain WHERE sequence<=" +
+         std::to_string(verified) +
+         " ORDER BY sequence DESC LIMIT 1) AS head, "
          "(SELECT hash FROM ledger_chain WHERE sequence=" +
          std::to_string(anchor ? anchor->sequence : 0) + ") AS anchored FROM ledger_chain";
 }
@@ -91,7 +95,7 @@ std::string first_fault(const json& page) {
 
 std::string fault_of_end(const json& end, const std::optional<ChainLink>& anchor) {
   const std::int64_t last = number(end, "last");
-  const std::int64_t given = std::max(number(end, "head"), number(end, "given"));
+  const std::int64_t given = std::max(number(end, "chained"), number(end, "given"));
   if (given > last) {
     return "the end is missing: row " + std::to_string(given) + " was appended, and the last is " +
            std::to_string(last);
@@ -123,16 +127,21 @@ LedgerProof prove_ledger(const std::filesystem::path& ledger,
                              ": it has no chain yet, which the next append begins");
   }
   LedgerProof proof;
+  std::int64_t verified = 0;
   constexpr const char* before_all = "-1e19";  // below what a row's number can be
   for (json page = ask(ledger, page_query(before_all)); number(page, "rows") > 0;
-       page = ask(ledger, page_query(std::to_string(number(page, "last"))))) {
+       page = ask(ledger, page_query(std::to_string(verified)))) {
     proof.rows += number(page, "rows");
     proof.unlinked += number(page, "unlinked");
+    verified = number(page, "last");
     if (proof.fault.empty()) proof.fault = first_fault(page);
   }
-  const json end = ask(ledger, end_query(anchor));
-  proof.head = {number(end, "head"), text(end, "hash")};
+  const json end = ask(ledger, end_query(verified, anchor));
+  proof.head = text(end, "head");
   if (proof.fault.empty()) proof.fault = fault_of_end(end, anchor);
+  if (proof.fault.empty() && proof.rows > 0 && proof.head.empty()) {
+    proof.fault = "no row is in the chain, so that nothing is proven";
+  }
   return proof;
 }
 

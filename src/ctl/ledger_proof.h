@@ -24,7 +24,7 @@ std::optional<ChainLink> chain_link_of(const std::string& text);
 struct LedgerProof {
   std::int64_t rows = 0;
   std::int64_t unlinked = 0;  ///< rows from before the chain, of which nothing is known
-  ChainLink head;             ///< the last link; 0 and "" where there is none
+  std::string head;           ///< the last link, as text; "" where there is none
   std::string fault;          ///< the first one, or ""
 };
 

@@ -83,8 +83,7 @@ verify --ledger $dir/state/agent.db => agent.db: it has no ledger in it
 }
 
 TEST_F(Ledger, TellsTheFirstFaultOfItsHistory) {
-  EXPECT_EQ(sql("DROP TRIGGER ledger_refuses_update; DROP TRIGGER ledger_refuses_delete").status,
-            0);
+  EXPECT_EQ(sql(drop_triggers).status, 0);
   const std::string anchor = json_out("ledger verify")["head"];
   EXPECT_TRUE(anchor.starts_with("4:")) << anchor;
   sql("VACUUM INTO '" + (dir / "whole.db").string() + '\'');
