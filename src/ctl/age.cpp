@@ -1,6 +1,7 @@
 #include "ctl/age.h"
 
 #include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <nlohmann/json.hpp>
 
@@ -14,6 +15,19 @@ std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t oth
   const char* end = strptime(timestamp.c_str(), "%Y-%m-%dT%H:%M:%SZ", &time);
   if (end == nullptr || *end != '\0') return otherwise;
   return timegm(&time);
+}
+
+std::string timestamp_of_seconds(std::int64_t seconds) {
+  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(time - day);
+  char text[64];
+  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()));
+  return text;
 }
 
 std::string time_of(const std::string& text) {

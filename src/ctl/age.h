@@ -12,6 +12,9 @@ namespace zunol_monitoring::ctl {
 /// text.
 std::int64_t seconds_of_timestamp(const std::string& timestamp, std::int64_t otherwise);
 
+/// Its opposite, for any time: what the system's clock cannot hold, rows of others can.
+std::string timestamp_of_seconds(std::int64_t seconds);
+
 /// The time that an option names: one in the form of utc_timestamp_iso(), or a duration back from
 /// now; "" for "".
 std::string time_of(const std::string& text);

@@ -1,11 +1,10 @@
 #include "ctl/check_chart.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 
+#include "ctl/age.h"
 #include "ctl/amounts.h"
-#include "zunol_monitoring/base/clock.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -83,8 +82,7 @@ std::string time_of_bucket(std::size_t bucket, const Period& period) {
   const std::int64_t at = period.from + static_cast<std::int64_t>(bucket) *
                                             (period.until - period.from) /
                                             static_cast<std::int64_t>(buckets_of_a_trend);
-  std::string text =
-      utc_timestamp_iso(std::chrono::system_clock::time_point(std::chrono::seconds(at)));
+  std::string text = timestamp_of_seconds(at);
   return text.substr(0, 10) + ' ' + text.substr(11, 5);
 }
 

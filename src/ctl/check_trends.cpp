@@ -1,14 +1,12 @@
 #include "ctl/check_trends.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <limits>
 #include <map>
 #include <tuple>
 
 #include "ctl/age.h"
-#include "zunol_monitoring/base/clock.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -120,8 +118,7 @@ std::vector<Stretch> stretches(const Trend& trend) {
 
 Trends read_trends(StoreView& view, const Period& period) {
   Tally tally(period);
-  const std::string since =
-      utc_timestamp_iso(std::chrono::system_clock::time_point(std::chrono::seconds(period.from)));
+  const std::string since = timestamp_of_seconds(period.from);
   for (std::int64_t before = std::numeric_limits<std::int64_t>::max();;) {
     const std::vector<ResultPoint> points =
         view.look([&](sqlite3* db) { return result_points(db, since, before, results_of_a_look); });

@@ -1,14 +1,12 @@
 #include "ctl/report_page.h"
 
 #include <algorithm>
-#include <chrono>
 
 #include "ctl/age.h"
 #include "ctl/amounts.h"
 #include "ctl/check_chart.h"
 #include "ctl/metrics.h"
 #include "ctl/report_style.h"
-#include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/config/duration.h"
 
 namespace zunol_monitoring::ctl {
@@ -140,8 +138,7 @@ Html moment_and_age(const std::string& at) {
 
 /// "2026-01-31 12:00".
 std::string minute_text(std::int64_t at) {
-  const std::string text =
-      utc_timestamp_iso(std::chrono::system_clock::time_point(std::chrono::seconds(at)));
+  const std::string text = timestamp_of_seconds(at);
   return text.substr(0, 10) + ' ' + text.substr(11, 5);
 }
 

@@ -14,7 +14,6 @@
 #include "ctl/output.h"
 #include "ctl/read_config.h"
 #include "store/inspection.h"
-#include "zunol_monitoring/base/clock.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -51,10 +50,6 @@ std::string drawn(const Means& means, const ResultSeries& series) {
   return line;
 }
 
-std::string time_text(std::int64_t seconds) {
-  return utc_timestamp_iso(std::chrono::system_clock::time_point(std::chrono::seconds(seconds)));
-}
-
 void print_series(const ResultSeries& series, const Means& means) {
   print(printable(series.check_type + ' ' + series.check_name + ' ' + series.target) + ": " +
         number_text(series.least) + " to " + number_text(series.greatest) + ", " +
@@ -70,8 +65,8 @@ json series_json(const ResultSeries& series, const Means& means) {
           {"results", series.results},
           {"min", series.least},
           {"max", series.greatest},
-          {"from", time_text(series.from_sec)},
-          {"until", time_text(series.until_sec)},
+          {"from", timestamp_of_seconds(series.from_sec)},
+          {"until", timestamp_of_seconds(series.until_sec)},
           {"means", values}};
 }
 
@@ -98,7 +93,7 @@ int plot(const Tool& tool, const PlotArguments& arguments) {
     }
   }
   if (tool.json) return done;
-  print("from " + time_text(from) + " to " + time_text(until) + '\n');
+  print("from " + timestamp_of_seconds(from) + " to " + timestamp_of_seconds(until) + '\n');
   if (more) print("only the first " + std::to_string(most_series) + " series are shown\n");
   return done;
 }

@@ -108,6 +108,9 @@ TEST(Age, NamesTheTwoLargestUnits) {
   }
   EXPECT_EQ(spans, "0s, 59s, 1m, 59m 59s, 1h, 23h 59m, 1d, -1m 30s, 100d, ");
   EXPECT_EQ(seconds_of_timestamp("1970-01-02T00:00:01Z", -1), 86401);
+  for (const char* far : {"0001-01-01T00:00:00Z", "1969-12-31T23:59:59Z", "9999-12-31T23:59:59Z"}) {
+    EXPECT_EQ(timestamp_of_seconds(seconds_of_timestamp(far, 0)), far);
+  }
   for (const char* wrong : {"", "1970-01-02", "1970-01-02T00:00:01Zx", "19700102T000001Z"}) {
     EXPECT_EQ(seconds_of_timestamp(wrong, -1), -1) << wrong;
   }
