@@ -116,6 +116,10 @@ TEST_F(SqliteLedger, WhatIsMissingIsNamedInOneLine) {
   }
   expect_one_line_of_failure(append_to({}), 64, "usage: sqlite-ledger LEDGER");
   expect_one_line_of_failure(append_to({dir / "no/where.db"}), 75, "cannot append to");
+  ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+  for (const char* name : {"fifo", "."}) {
+    expect_one_line_of_failure(append_to({dir / name}), 75, "it is no regular file");
+  }
   write_text_file(dir / "junk", std::string(5000, 'x'));
   expect_one_line_of_failure(append_to({dir / "junk"}), 75, "not a database");
   for (const std::string file : {"missing\nfile", ""}) {
@@ -153,6 +157,9 @@ echo 'database or disk is full' >&2; exit 13 => database or disk is full
   sql("CREATE TRIGGER theirs BEFORE INSERT ON ledger BEGIN SELECT RAISE(IGNORE); END");
   environment["ZUNOL_VORN_EVENT_ID"] = "evt_2";
   expect_one_line_of_failure(append(), 75, "the ledger did not keep the event");
+  sql("DROP TRIGGER theirs; CREATE TRIGGER theirs AFTER INSERT ON ledger BEGIN SELECT edit('', "
+      "'true'); END");
+  expect_one_line_of_failure(append(), 75, "unsafe use of edit()");
 }
 
 TEST_F(SqliteLedger, TheUsersOwnSettingsOfSqliteDoNotCount) {
