@@ -1,5 +1,6 @@
 // The obstacles in the configuration and on the host.
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -17,10 +18,12 @@
 #include "base/limited_command.h"
 #include "ctl/input.h"
 #include "ctl/obstacles.h"
+#include "ctl/open_store.h"
 #include "ctl/queue_flush.h"
 #include "ctl/rules.h"
 #include "ctl/sqlite_ledger.h"
 #include "ctl/surroundings.h"
+#include "store/health.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -121,6 +124,7 @@ class Host {
     if (const auto ledger = sqlite_ledger_of(append_backend(vorn_))) {
       directory("the ledger", ledger->file.parent_path());
       existing_file("the ledger", ledger->file);
+      readable_ledger(ledger->file);
     }
   }
 
@@ -213,6 +217,19 @@ class Host {
     if (S_ISREG(status.st_mode)) return access_to(name, path, R_OK | W_OK);
     if (name == "the ledger")
       add(name + ": " + path.string() + " is no regular file", "move it away");
+  }
+
+  void readable_ledger(const fs::path& file) {
+    try {
+      if (database_is_there(file)) (void)StoreView(file).look(table_names);
+    } catch (const StoreError& error) {
+      if (error.code() != SQLITE_CORRUPT && error.code() != SQLITE_NOTADB) return;
+      add("the ledger: " + file.string() + ": " + error.what(), "mend it, or move it away");
+    } catch (const fs::filesystem_error& error) {
+      add(std::string("the ledger: ") + error.what(), "name another file");
+    } catch (const std::exception&) {
+      // What is no file has been told.
+    }
   }
 
   void access_to(const std::string& name, const fs::path& path, int mode) {

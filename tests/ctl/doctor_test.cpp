@@ -61,7 +61,7 @@ TEST_F(Doctor, NothingStandsInTheWayOfAHealthyHost) {
 
 TEST_F(Doctor, EachObstacleIsALineWithItsRemedy) {
   sh("mkfifo \"${dir}fifo\"; mkdir \"${dir}directory\"; echo x >\"${dir}plain\"; : "
-     ">\"${dir}empty\"");
+     ">\"${dir}empty\"; ln -s loop \"${dir}loop\"");
   for (const Texts& row : rows_of(R"(
 enabled => false => vorn.enabled=false
 queue_only => true => vorn.queue_only=true
@@ -74,6 +74,8 @@ append_command => $dir/plain zunol-vorn-append-event => $dir/plain is no program
 bridge_command => nowhere-to-be-found => the program nowhere-to-be-found is not found => vorn.wallet_file: /etc/zunol/monitoring-agent/agent.vorn: No such file
 bridge_command => sh -c x $dir/sqlite-ledger $dir/l.db => $dir/sqlite-ledger is not found
 bridge_command => sqlite-ledger $dir/fifo => program sqlite-ledger is not found => the ledger: $dir/fifo is no regular file
+bridge_command => sqlite-ledger $dir/loop => program sqlite-ledger is not found => Too many levels of symbolic links
+bridge_command => sqlite-ledger $dir/config.yaml => program sqlite-ledger is not found => $dir/config.yaml: file is not a database -> mend it
 wallet_file => $dir/fifo => $dir/fifo is no regular file
 )",
                                   "=>")) {
