@@ -138,10 +138,10 @@ LedgerProof prove_ledger(const std::filesystem::path& ledger,
   }
   const json end = ask(ledger, end_query(verified, anchor));
   proof.head = text(end, "head");
-  if (proof.fault.empty()) proof.fault = fault_of_end(end, anchor);
   if (proof.fault.empty() && proof.rows > 0 && proof.head.empty()) {
     proof.fault = "no row is in the chain, so that nothing is proven";
   }
+  if (proof.fault.empty()) proof.fault = fault_of_end(end, anchor);
   return proof;
 }
 

@@ -28,6 +28,10 @@ struct Ledger : Ctl {
   const std::string file = dir / "ledger.db";
 };
 
+const std::string drop_triggers =
+    "DROP TRIGGER ledger_refuses_update; DROP TRIGGER ledger_refuses_delete; "
+    "DROP TRIGGER ledger_chain_refuses_update; DROP TRIGGER ledger_chain_refuses_delete; ";
+
 }  // namespace
 
 TEST(SqliteLedger, ItsFileIsReadFromTheShellTextOfTheBackend) {
@@ -100,6 +104,7 @@ TEST_F(Ledger, TellsTheFirstFaultOfItsHistory) {
       {"INSERT INTO ledger VALUES(0, 'b', 'e0', '', '')", "row 0 was put before the first"},
       {"DELETE FROM ledger WHERE sequence IN (2, 3)", "rows are missing before row 4"},
       {"DELETE FROM ledger_chain WHERE sequence=3", "the chain leaves out row 3"},
+      {"DELETE FROM ledger_chain", "no row is in the chain, so that nothing is proven"},
       {cut, "the end is missing: row 4 was appended, and the last is 2"},
       {"DELETE FROM ledger WHERE sequence=4; UPDATE sqlite_sequence SET seq=3",
        "the end is missing: row 4 was appended, and the last is 3"},
@@ -132,7 +137,7 @@ TEST_F(Ledger, TellsSentEventsThatItDoesNotHave) {
   send("e5");
   run_process({"sqlite3", db, "UPDATE vorn_sync_queue SET event_id='e:2' WHERE event_id='e5'"},
               environment);
-  sql("DROP TRIGGER ledger_refuses_update; DROP TRIGGER ledger_refuses_delete; "
+  sql(drop_triggers +
       "DELETE FROM ledger WHERE sequence=1; UPDATE ledger SET event=event||' ' WHERE sequence=3");
   const std::string told = out("ledger missing", 1);
   expect_parts(told, {"e1: sent at 2", ", but the ledger has nothing\n", "e3: sent at 2",
