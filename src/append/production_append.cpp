@@ -6,6 +6,7 @@
 #include "append/gates.h"
 #include "append/marker.h"
 #include "append/report_failure.h"
+#include "base/shell_assignment.h"
 #include "zunol_monitoring/base/command_runner.h"
 #include "zunol_monitoring/config/load.h"
 

@@ -30,10 +30,6 @@ std::string shell_quote(std::string_view text) {
   return word;
 }
 
-std::string shell_assignment(const char* name, std::string_view value) {
-  return std::string(name) + '=' + shell_quote(value) + ' ';
-}
-
 CommandResult run_command(const std::vector<std::string>& arguments) {
   if (arguments.empty()) return {.exit_code = 1, .output = "", .error = "empty command"};
 

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "base/limited_command.h"
+#include "base/shell_assignment.h"
 #include "history/event_file.h"
 #include "zunol_monitoring/base/command_runner.h"
 #include "zunol_monitoring/history/spool_export.h"

@@ -19,10 +19,6 @@ struct CommandResult {
 /// `text` as one word of the POSIX shell, in single quotes whatever it holds.
 std::string shell_quote(std::string_view text);
 
-/// The assignment `name`='value' and a blank, for the front of a shell line: how the environment of
-/// a child is passed. The shell gives it to the first command of the line behind it.
-std::string shell_assignment(const char* name, std::string_view value);
-
 /// Runs a program (the first of `arguments`, looked up by the system shell) and waits until it has
 /// closed its output and ended. Output is text: a zero byte loses the rest of its read of up to
 /// 4095 bytes or its line. There is no time-out and no limit on the output. The empty list starts
