@@ -9,6 +9,8 @@
 #include <sstream>
 #include <string>
 
+#include "append/marker.h"
+
 namespace zunol_monitoring::ctl {
 namespace {
 
@@ -42,11 +44,17 @@ class Examiner {
 
   void database() {
     const fs::path& path = config_.storage.local_db;
-    if (path.has_parent_path()) directory("storage.local_db", path.parent_path());
+    if (path.has_parent_path()) private_directory("storage.local_db", path.parent_path());
     const auto status = status_of(path);
     if (status && (status->st_mode & S_IROTH) != 0) {
       warn("storage.local_db", "everybody may read " + path.string(), "chmod o-rwx it");
     }
+  }
+
+  void marker_directory() {
+    if (config_.storage.local_db.native().find('\0') != std::string::npos)
+      return;  // has no markers
+    private_directory("storage.local_db", marker_path(config_.storage, "id").parent_path());
   }
 
   void export_directory() {
@@ -67,6 +75,12 @@ class Examiner {
       warn("vorn.append_command",
            "everybody may take event files out of " + path.string() + ", which has no sticky bit",
            "chmod +t it");
+    }
+    if (status && agent_ && status->st_uid != 0 && status->st_uid != *agent_) {
+      warn("vorn.append_command",
+           user_name(status->st_uid) + ", to whom " + path.string() +
+               " belongs, may take event files out of it",
+           "let TMPDIR name another directory");
     }
   }
 
@@ -92,6 +106,16 @@ class Examiner {
   }
 
  private:
+  /// One that no group collects from.
+  void private_directory(const std::string& key, const fs::path& path) {
+    directory(key, path);
+    const auto status = status_of(path);
+    if (!status || !S_ISDIR(status->st_mode)) return;
+    if ((status->st_mode & (S_IWGRP | S_IWOTH)) == S_IWGRP) {  // everybody is told of already
+      warn(key, "its group may write into " + path.string(), "chmod g-w it");
+    }
+  }
+
   void directory(const std::string& key, const fs::path& path) {
     const auto status = status_of(path);
     if (!status || !S_ISDIR(status->st_mode)) return;
@@ -127,6 +151,7 @@ std::vector<Finding> examine_surroundings(const Config& config, const ConfigFile
   if (delivers && vorn.transport == "spool") examiner.export_directory();
   if (delivers && vorn.transport == "command") {
     examiner.temporary_directory();
+    examiner.marker_directory();
     examiner.programs("vorn.append_command", vorn.append_command);
   }
   if (vorn.enabled) examiner.programs("vorn.bridge_command", vorn.bridge_command);

@@ -105,10 +105,15 @@ TEST_F(ConfigCheck, WarnsOfSurroundingsThatExposeOrLoseEvents) {
 mkdir state => transport: command, append_command: 'true' =>
 true => transport: spool, export_dir: $dir/spool =>
 mkdir state; chmod 1777 state => transport: queue => 1:11: warning: storage.local_db: everybody may write into 
+mkdir state; chmod 770 state => transport: queue => storage.local_db: its group may write into 
+mkdir -p state/vorn-bridge-ledger; chmod 703 state/v* => transport: command, append_command: 'true' => everybody may write into 
+mkdir -p state/vorn-bridge-ledger; chmod 770 state/v* => transport: command, append_command: 'true' => vorn-bridge-ledger
+mkdir -p state/vorn-bridge-ledger; touch state/agent.db; chown 65534 state/v* => transport: command, append_command: 'true' => vorn-bridge-ledger belongs to nobody
 mkdir state; touch state/agent.db; chmod 644 state/agent.db => transport: queue => storage.local_db: everybody may read 
 mkdir real; ln -s real spool => transport: spool, export_dir: ${dir}spool => spool is a link
 mkdir spool; chmod 777 spool => transport: spool, export_dir: ${dir}spool => vorn.export_dir: everybody may write into 
 chmod 777 tmp => transport: command, append_command: 'true' => which has no sticky bit
+mkdir state; touch state/agent.db; chown 65534 tmp => transport: command, append_command: 'true' => nobody, to whom 
 touch b; chmod 700 b => bridge_command: '${dir}b x' => b is empty, which the shell takes for success
 touch b; chmod 700 b => bridge_command: 'sh -c x ${dir}b' => b is empty, which the shell takes for success
 true => bridge_command: '${dir}b x' => b is not there
