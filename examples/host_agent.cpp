@@ -36,6 +36,7 @@ using std::chrono::seconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr seconds maintenance_interval{3600};
+constexpr std::int64_t worthwhile_rows = 1000;
 constexpr seconds command_time{60};             // for the delivery of one event
 constexpr std::chrono::milliseconds tick{200};  // how late a check or the end may be
 
@@ -300,13 +301,15 @@ void run_check(Agent& agent, Check& check) {
   check.level = level;  // only now: what was not stored is told again
 }
 
-/// Maintenance rewrites the database, so it waits until there is something to free: rows, or a
-/// tenth of the limit in empty pages.
+/// Over the limit maintenance rewrites the database, so it waits until that frees a thousand rows
+/// or a tenth of the limit in empty pages. A large outbox would else be rewritten for each few
+/// results.
 void maintain(Agent& agent) {
   const StorageConfig& storage = agent.config.storage;
+  agent.store.prune_resolved_incidents(storage.max_local_incidents);
   const MaintenanceGain gain =
       agent.store.maintenance_gain(storage.max_local_incidents, storage.max_local_bytes);
-  if (gain.rows == 0 && gain.free_bytes <= storage.max_local_bytes / 10) return;
+  if (gain.rows < worthwhile_rows && gain.free_bytes <= storage.max_local_bytes / 10) return;
   agent.store.run_maintenance(storage.max_local_incidents, storage.max_local_bytes);
   agent.store.append_journal("store", "maintenance", "ok", "",
                              std::to_string(agent.store.local_size_bytes()) + " bytes");

@@ -53,9 +53,17 @@ int maintain(const Tool& tool) {
   const std::uint64_t limit = config.storage.max_local_bytes;
   std::uint64_t before = 0;
   std::uint64_t after = 0;
+  bool useful = true;
   if (store) {
     before = store->local_size_bytes();
-    store->run_maintenance(config.storage.max_local_incidents, limit);
+    const int kept = config.storage.max_local_incidents;
+    const MaintenanceGain gain = store->maintenance_gain(kept, limit);
+    useful = gain.rows > 0 || gain.free_bytes > 0;  // else it would rewrite the file for nothing
+    if (useful) {
+      store->run_maintenance(kept, limit);
+    } else if (limit > 0 && before > limit) {  // perhaps by the -wal file alone
+      store->exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    }
     store->set_state(last_maintenance_key, utc_timestamp_iso());
     after = store->local_size_bytes();
   } else {
@@ -65,7 +73,7 @@ int maintain(const Tool& tool) {
     print_json({{"size_before_bytes", before}, {"size_bytes", after}, {"max_bytes", limit}});
   } else {
     print("size before  " + size_text(before, limit) + "\nsize now     " + size_text(after, limit) +
-          '\n');
+          (useful ? "\n" : "\nnothing to free\n"));
   }
   return done;
 }
