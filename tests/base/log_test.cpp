@@ -1,5 +1,6 @@
 #include "zunol_monitoring/base/log.h"
 
+#include <iostream>
 #include <nlohmann/json.hpp>
 #include <thread>
 
@@ -32,7 +33,9 @@ class Log : public testing::Test {
 
 TEST_F(Log, PlainLines) {
   const auto line_of = [](LogLevel level, const char* message) {
+    std::cerr.width(60);  // a host's, for what it prints itself
     const std::string err = err_of([&] { log_message(level, message); });
+    std::cerr.width(0);
     EXPECT_TRUE(has_form(err.substr(0, 21), "9999-99-99T99:99:99Z ")) << err;
     return err.substr(21);
   };

@@ -443,12 +443,18 @@ TEST_F(HistoryWriter, ADropBoxThatMayNotBeReadTakesTheEvent) {
   const pid_t child = fork();
   if (child == 0) {
     if (setgid(nobody) != 0 || setuid(nobody) != 0) _exit(2);
-    _exit(error_of([&] { export_spool_file(config_.vorn, item); }) ? 1 : 0);
+    const auto error = error_of([&] {
+      export_spool_file(config_.vorn, item);
+      config_.vorn.export_dir = spool_ / "below";
+      export_spool_file(config_.vorn, item);
+    });
+    _exit(error ? 1 : 0);
   }
   int status = 0;
   waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(mode_of(spool_ / "t_evt_1.json"), 0640U);
+  EXPECT_EQ(mode_of(spool_ / "below/t_evt_1.json"), 0640U);
   config_.vorn.export_dir = "";
   EXPECT_EQ(error_of([&] { export_spool_file(config_.vorn, item); }),
             error_of([&] { ensure_group_directory(""); }));
