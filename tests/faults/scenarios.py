@@ -105,6 +105,11 @@ SCENARIOS = {
     "migrate-send": Scenario("command", old_store, [("send", "evt-8")], FLUSH),
     "default": Scenario("command", None, [("default",)], [("default again",)]),
 }
+# Looks that are held while others write.
+HELD_LOOKS = {
+    "look": Scenario("command", crowded_store, [("queue list --json",), ("queue stats --json",),
+                                                ("doctor --json",)]),
+}
 # The same work with another part of the host on the small disk.
 FULL_DISK = {
     "enqueue": ("send", "state"), "spool": ("flush-spool", "spool"),
@@ -116,7 +121,7 @@ FULL_DISK = {
 
 def make_template(name, directory, programs):
     """The host of this scenario, ready, to be cloned for each fault."""
-    scenario = SCENARIOS[name]
+    scenario = (SCENARIOS | HELD_LOOKS)[name]
     world = World(directory / name, programs, scenario.transport)
     world.prepare()
     if scenario.prepare:
