@@ -118,14 +118,20 @@ def kill_trial(bench, name, label):
 WRITES = ("write", "pwrite64", "writev", "pwritev")
 FAILS = {
     "write": (WRITES, ("ENOSPC", "EIO", "EINTR")),
-    "sync": (("fsync", "fdatasync", "syncfs"), ("EIO", "ENOSPC")),
+    "read": (("read", "pread64"), ("EIO", "EINTR")),
+    "sync": (("fsync", "fdatasync", "syncfs"), ("EIO", "ENOSPC", "EINTR")),
     "rename": (("rename", "renameat", "renameat2"), ("EIO", "EACCES")),
-    "open": (("open", "openat", "creat"), ("EMFILE", "EACCES", "ENOSPC")),
-    "mkdir": (("mkdir", "mkdirat"), ("ENOSPC", "EACCES")),
+    "open": (("open", "openat", "creat"), ("EMFILE", "EACCES", "ENOSPC", "EIO", "EINTR")),
+    "stat": (("stat", "lstat", "newfstatat", "statx", "access", "faccessat", "faccessat2"),
+             ("EIO", "EACCES")),
+    "mkdir": (("mkdir", "mkdirat"), ("ENOSPC", "EACCES", "EIO")),
     "chmod": (("chmod", "fchmod", "fchmodat"), ("EIO", "EACCES")),
-    "truncate": (("ftruncate",), ("EIO",)),
+    "truncate": (("ftruncate",), ("EIO", "EINTR")),
     "unlink": (("unlink", "unlinkat"), ("EIO", "EACCES")),
+    "pipe": (("pipe", "pipe2"), ("EMFILE",)),
     "fork": (("fork", "vfork", "clone", "clone3"), ("EAGAIN",)),
+    "exec": (("execve",), ("EACCES", "EIO")),
+    "wait": (("wait4",), ("EINTR",)),
 }
 
 
@@ -133,7 +139,10 @@ def kind_of(call):
     """The kind of a call that is made to fail; the reads of the dynamic loader are none."""
     for kind, (names, _) in FAILS.items():
         if call.name in names:
-            path = call.path() if kind == "open" else None
+            path = call.path() if kind in ("open", "stat") else None
+            if kind == "read":
+                with contextlib.suppress(FileNotFoundError):  # a descriptor that is closed
+                    path = os.readlink(f"/proc/{call.pid}/fd/{call.arguments[0]}")
             return None if path and (".so" in path or path.startswith("/etc/ld")) else kind
     return None
 

@@ -13,14 +13,16 @@ import signal
 import struct
 
 CALLS = {
-    0: "read", 1: "write", 2: "open", 3: "close", 8: "lseek", 9: "mmap", 18: "pwrite64",
-    20: "writev", 22: "pipe", 32: "dup", 33: "dup2", 40: "sendfile", 56: "clone", 57: "fork",
-    58: "vfork", 59: "execve", 61: "wait4", 72: "fcntl", 74: "fsync", 75: "fdatasync",
-    76: "truncate", 77: "ftruncate", 82: "rename", 83: "mkdir", 84: "rmdir", 85: "creat",
-    86: "link", 87: "unlink", 88: "symlink", 90: "chmod", 91: "fchmod", 162: "sync", 257: "openat",
-    258: "mkdirat", 263: "unlinkat", 264: "renameat", 265: "linkat", 268: "fchmodat",
-    277: "sync_file_range", 285: "fallocate", 293: "pipe2", 296: "pwritev", 306: "syncfs",
-    316: "renameat2", 326: "copy_file_range", 328: "pwritev2", 435: "clone3", 437: "openat2",
+    0: "read", 1: "write", 2: "open", 3: "close", 4: "stat", 6: "lstat", 8: "lseek", 9: "mmap",
+    17: "pread64", 18: "pwrite64", 20: "writev", 21: "access", 22: "pipe", 32: "dup", 33: "dup2",
+    40: "sendfile", 56: "clone", 57: "fork", 58: "vfork", 59: "execve", 61: "wait4", 72: "fcntl",
+    74: "fsync", 75: "fdatasync", 76: "truncate", 77: "ftruncate", 82: "rename", 83: "mkdir",
+    84: "rmdir", 85: "creat", 86: "link", 87: "unlink", 88: "symlink", 90: "chmod", 91: "fchmod",
+    162: "sync", 257: "openat", 258: "mkdirat", 262: "newfstatat", 263: "unlinkat",
+    264: "renameat", 265: "linkat", 268: "fchmodat", 269: "faccessat", 277: "sync_file_range",
+    285: "fallocate", 293: "pipe2", 296: "pwritev", 306: "syncfs", 316: "renameat2",
+    326: "copy_file_range", 328: "pwritev2", 332: "statx", 435: "clone3", 437: "openat2",
+    439: "faccessat2",
 }
 
 _TRACEME, _CONT_TO_CALL, _SETOPTIONS, _GETEVENTMSG, _POKEUSER, _CALL_INFO = (
@@ -73,10 +75,11 @@ class Call:
 
     def path(self):
         """The absolute path that the call names, or None."""
-        if self.name in ("open", "creat", "mkdir", "unlink", "rmdir", "rename", "chmod", "truncate"):
+        if self.name in ("open", "creat", "mkdir", "unlink", "rmdir", "rename", "chmod", "truncate",
+                         "stat", "lstat", "access"):
             return self._under(-100, 0)
         if self.name in ("openat", "openat2", "mkdirat", "unlinkat", "renameat", "renameat2",
-                         "fchmodat"):
+                         "fchmodat", "newfstatat", "statx", "faccessat", "faccessat2"):
             return self._under(self.arguments[0], 1)
         return None
 
