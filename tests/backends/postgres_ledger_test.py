@@ -454,11 +454,19 @@ class Verify(Case):
             primary.sql("".join(f"ALTER TABLE {table} DISABLE TRIGGER USER;" for table in tables) +
                         statement.format("block_no = " + number) + ";" +
                         "".join(f"ALTER TABLE {table} ENABLE TRIGGER USER;" for table in tables))
+        # Nor does code that is kept in the ledger, or found before the server's own, have a say.
+        primary.sql("CREATE OR REPLACE FUNCTION ledger.link(previous bytea, sequence bigint, event_id text, event bytea) "
+                    "RETURNS bytea LANGUAGE sql AS 'SELECT hash FROM ledger.event e WHERE (e.event_id, e.event) = ($3, $4) LIMIT 1';"
+                    "GRANT EXECUTE ON FUNCTION ledger.link TO ledger_reader; CREATE SCHEMA mine; GRANT USAGE ON SCHEMA mine TO auditor;"
+                    "CREATE FUNCTION mine.sha256(bytea) RETURNS bytea LANGUAGE sql AS $$SELECT ''::bytea$$;"
+                    "ALTER ROLE auditor SET search_path = mine, pg_catalog")
         told = {}
         for options in ([], ["--anchor", str(home / "anchors")]):
             done = run([LEDGER, "verify", *options], primary.env("auditor"))
             self.assertEqual(done.returncode, 1)
             told[len(options)] = done.stdout.decode()
+        self.assertEqual(run([LEDGER, "schema", "--install"], primary.env("root")).returncode, 0)
+        primary.sql("ALTER ROLE auditor RESET ALL")
         for block, (_, part) in faults.items():
             if part:
                 self.assertIn(f"{block}: ", told[0])
