@@ -158,6 +158,7 @@ void SpoolDirectory::set_aside(const SpoolFile& file, const std::string& reason)
   }
   if (renameat(directory_.number(), taken_name, rejected.number(), name.c_str()) == 0) return;
   const int reason_number = errno;
+  unlinkat(rejected.number(), reason_name.c_str(), 0);
   give_back();
   errno = reason_number;
   fail(file.name);
@@ -167,6 +168,8 @@ void SpoolDirectory::set_aside(const SpoolFile& file, const std::string& reason)
 bool SpoolDirectory::take(const SpoolFile& file) const {
   struct stat status;
   const int directory = directory_.number();
+  // One that could not be given back: the rename would overwrite it.
+  if (exists(directory, taken_name, status)) give_back();
   if (!exists(directory, file.name, status) || !is_same(status, file.status)) return false;
   if (renameat(directory, file.name.c_str(), directory, taken_name) != 0) {
     if (errno == ENOENT) return false;

@@ -4,8 +4,9 @@
 //
 // A file goes in three steps: it takes the name taken_name, is looked at once more, and is removed
 // or set aside. So a file that replaced it in the last moment is found and given back, under a new
-// name. A crash behind the first step leaves one file of that name, which the next collector gives
-// back; an event that the ledger has already is then removed as known.
+// name. A crash behind the first step, or a failure of the rest, leaves one file of that name,
+// which is given back before the next file takes it; an event that the ledger has already is then
+// removed as known.
 #pragma once
 
 #include <sys/stat.h>

@@ -374,8 +374,14 @@ class Collector(Case):
     def test_what_a_crash_has_left_half_removed_comes_back(self):
         spool = Spool("crash").fill(["x"])
         spool.add(".taken", event("y"))
+        session = primary.hold("crash")
+        collector = spool.start(primary, "--once")
+        eventually("the collector waits", lambda: primary.count_waiting() == 1)
+        spool.add(".taken", event("z"))  # nor is one that appears on the way overwritten
+        session.communicate()
+        collector.communicate()
         self.ends(spool.collect(primary), 0)
-        self.once(primary, "crash", ["x", "y"])
+        self.once(primary, "crash", ["x", "y", "z"])
 
     def test_bad_files_are_set_aside_with_their_reason(self):
         spool = Spool("bad").fill(["conflict", "good", "good2"])
