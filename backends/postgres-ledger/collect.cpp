@@ -9,6 +9,7 @@
 #include <random>
 #include <span>
 #include <system_error>
+#include <utility>
 
 #include "base/progress_bar.h"
 #include "commands.h"
@@ -46,17 +47,20 @@ class EndSignals {
   bool come_ = false;
 };
 
-/// Seconds until the next pass, at random, so that hosts which began together do not come together;
-/// after failures in a row twice as long each time, up to five periods.
-double pause_sec(int period_sec, int failures) {
+double between(double least, double most) {
   static std::mt19937_64 generator{std::random_device{}()};
+  return std::uniform_real_distribution<double>(least, most)(generator);
+}
+
+/// Seconds until the next pass, at random, so that hosts which began together do not come together;
+/// after failures of the server in a row twice as long each time, up to five periods.
+double pause_sec(int period_sec, int failures) {
   constexpr int most_doublings = 3;
   constexpr int longest = 5;
   const int factor =
       failures == 0 ? 1 : std::min(longest, 1 << std::min(failures - 1, most_doublings));
   const double least = failures == 0 ? 0.5 : 0.25;
-  const double part = std::uniform_real_distribution<double>(least, least + 1)(generator);
-  return part * period_sec * factor;
+  return between(least, least + 1) * period_sec * factor;
 }
 
 class Collector {
@@ -68,6 +72,7 @@ class Collector {
   /// where some were left.
   int pass(const std::vector<std::unique_ptr<SpoolDirectory>>& spools) {
     status_ = done;
+    server_failed_ = false;
     server_is_away_ = false;
     for (const auto& spool : spools) {
       if (!collection_.each) attempt(spool->path(), [&] { empty(*spool); });
@@ -77,19 +82,24 @@ class Collector {
     return status_;
   }
 
+  /// Whether the last pass met a failure that is not one of its files: only these are waited for.
+  bool server_failed() const { return server_failed_; }
+
  private:
   /// A failure of one directory is told and leaves the others to be tried, unless the server is
   /// away.
   template <class Work>
   void attempt(const std::filesystem::path& path, Work work) {
-    if (server_is_away_ || signals_.wait()) return;
+    if (is_told_to_end() || server_is_away_) return;
     try {
       work();
     } catch (const std::exception& error) {
       status_ = try_again;
       progress_.reset();
       print_error(path.string() + ": " + error.what());
-      if (dynamic_cast<const Failure*>(&error) == nullptr) return;
+      const auto* failure = dynamic_cast<const Failure*>(&error);
+      if (failure == nullptr || failure->status == wrong_usage) return;
+      server_failed_ = true;
       server_is_away_ = !connection_ || !connection_->usable();
       if (server_is_away_) connection_.reset();
     }
@@ -107,10 +117,11 @@ class Collector {
       names = spool.files();
       settled_ = 0;
       take(spool, names);
-    } while (names.size() == SpoolDirectory::most_listed && settled_ > 0 && !signals_.wait());
+    } while (names.size() == SpoolDirectory::most_listed && settled_ > 0);
   }
 
   void take(const SpoolDirectory& spool, const std::vector<std::string>& names) {
+    set_aside_ = 0;
     progress_.emplace(collection_.once ? static_cast<std::int64_t>(names.size()) : 0);
     std::vector<SpoolFile> batch;
     std::size_t bytes = 0;
@@ -121,7 +132,7 @@ class Collector {
       progress_->show(settled_);
     };
     for (const std::string& name : names) {
-      if (signals_.wait()) return;
+      if (is_told_to_end()) return;
       std::optional<SpoolFile> file = read(spool, name);
       if (!file) continue;
       if (bytes + file->event.size() > largest_batch_bytes) send();
@@ -131,6 +142,13 @@ class Collector {
     }
     send();
     progress_.reset();
+  }
+
+  /// What has not been looked at is left then.
+  bool is_told_to_end() {
+    if (!signals_.wait()) return false;
+    status_ = try_again;
+    return true;
   }
 
   /// An event; nothing where the file is none, is gone or cannot be read. One file of which the
@@ -186,7 +204,7 @@ class Collector {
     }
     progress_->clear();
     std::printf("%s: %zu added, %zu known, %zu set aside in %.0f ms: %s\n",
-                one_line(spool.path().string()).c_str(), added, known, files.size() - added - known,
+                one_line(spool.path().string()).c_str(), added, known, std::exchange(set_aside_, 0),
                 milliseconds, anchor_line(appended.head).c_str());
     std::fflush(stdout);
   }
@@ -194,6 +212,7 @@ class Collector {
   void set_aside(const SpoolDirectory& spool, const SpoolFile& file, const std::string& reason) {
     spool.set_aside(file, reason);
     ++settled_;
+    ++set_aside_;
     say_failure((spool.path() / file.name).string() + " is set aside: " + reason);
     if (status_ == done) status_ = never;
   }
@@ -215,8 +234,10 @@ class Collector {
   EndSignals& signals_;
   std::unique_ptr<Connection> connection_;
   std::optional<ProgressBar> progress_;
-  std::int64_t settled_ = 0;  ///< files of this listing that have gone
+  std::int64_t settled_ = 0;   ///< files of this listing that have gone
+  std::size_t set_aside_ = 0;  ///< those of them that no line has told yet
   int status_ = done;
+  bool server_failed_ = false;
   bool server_is_away_ = false;
 };
 
@@ -229,10 +250,17 @@ int collect(const Collection& collection) {
     spools.push_back(std::make_unique<SpoolDirectory>(path));
   }
   Collector collector(collection, signals);
-  for (int failures = 0;;) {
+  if (collection.once) {
     const int status = collector.pass(spools);
-    failures = status == try_again ? failures + 1 : 0;
-    if (collection.once) return status;
+    if (signals.wait() && status == try_again) print_error("told to end before all was collected");
+    return status;
+  }
+  // Hosts that boot together begin together, too.
+  if (signals.wait(between(0, collection.period_sec))) return done;
+  for (int failures = 0;;) {
+    for (const auto& spool : spools) spool->require_in_place();
+    collector.pass(spools);
+    failures = collector.server_failed() ? failures + 1 : 0;
     if (signals.wait(pause_sec(collection.period_sec, failures))) return done;
   }
 }

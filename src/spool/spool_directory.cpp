@@ -42,7 +42,13 @@ void for_each_name(int directory, const std::function<void(std::string)>& take) 
   const int own = openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(own < 0 ? nullptr : fdopendir(own), closedir);
   if (!stream) throw std::system_error(errno, std::generic_category(), "cannot list");
-  while (const dirent* entry = readdir(stream.get())) {
+  while (true) {
+    errno = 0;  // nothing else tells a failure from the end
+    const dirent* entry = readdir(stream.get());
+    if (entry == nullptr && errno != 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot list");
+    }
+    if (entry == nullptr) return;
     if (entry->d_name[0] != '.') take(entry->d_name);
   }
 }
@@ -81,6 +87,15 @@ SpoolDirectory::SpoolDirectory(int parent, const std::string& name, std::filesys
   if (flock(directory_.number(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EWOULDBLOCK) throw SpoolBusy(path_.string() + " is being collected already");
     fail("");
+  }
+}
+
+void SpoolDirectory::require_in_place() const {
+  struct stat held;
+  struct stat named;
+  if (fstat(directory_.number(), &held) != 0 || stat(path_.c_str(), &named) != 0) fail("");
+  if (held.st_dev != named.st_dev || held.st_ino != named.st_ino) {
+    throw std::runtime_error(path_.string() + " is another directory by now");
   }
 }
 

@@ -52,6 +52,10 @@ class SpoolDirectory {
 
   const std::filesystem::path& path() const { return path_; }
 
+  /// Raises what ends a collector where the path is gone or leads to another directory by now: no
+  /// file would ever come here again.
+  void require_in_place() const;
+
   /// Names of event files, which sort in the order in which they were queued.
   std::vector<std::string> files() const;
   /// Names of directories that may hold events.

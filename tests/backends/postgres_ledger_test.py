@@ -375,11 +375,13 @@ class Collector(Case):
         spool = Spool("crash").fill(["x"])
         spool.add(".taken", event("y"))
         session = primary.hold("crash")
-        collector = spool.start(primary, "--once")
+        collector = spool.start(primary, "--once", "--batch", "1")
         eventually("the collector waits", lambda: primary.count_waiting() == 1)
         spool.add(".taken", event("z"))  # nor is one that appears on the way overwritten
+        collector.terminate()
         session.communicate()
-        collector.communicate()
+        self.assertEqual(collector.communicate()[1].count("told to end before all"), 1)
+        self.assertEqual((collector.returncode, len(spool.left())), (75, 2))
         self.ends(spool.collect(primary), 0)
         self.once(primary, "crash", ["x", "y", "z"])
 
@@ -402,6 +404,7 @@ class Collector(Case):
         done = spool.collect(primary)
         self.assertEqual(done.returncode, 65, done.stderr)
         self.assertEqual(done.stderr.count(b"is set aside: "), len(bad))
+        self.assertIn(b" 7 set aside in ", done.stdout)  # those that no server has seen
         self.assertEqual(spool.left(), [".hidden.json"])
         rejected = spool.path / "rejected"
         self.assertEqual(sorted(os.listdir(rejected)), sorted(name + end for name in bad for end in (".json", ".json.reason")))
@@ -433,6 +436,14 @@ class Collector(Case):
         heads = [json.loads(line[line.index("{"):]) for line in said]
         self.assertEqual([(head["block"], head["sequence"]) for head in heads], [("h1", 1), ("h2", 1)])
         self.assertIn(": 1 added, 0 known, 0 set aside in ", said[0])
+        # Files that come to another directory of its name would not be seen.
+        collector = parent.start(primary, "--each", "--period", "1")
+        (parent.path / "h1/e.json").write_bytes(event("more"))
+        eventually("it is collected", lambda: not (parent.path / "h1/e.json").exists())
+        parent.path.rename(parent.path.with_name("old"))
+        parent.path.mkdir()
+        self.assertIn("is another directory by now\n", collector.communicate(timeout=30)[1])
+        self.assertEqual(collector.returncode, 75)
 
 
 class Verify(Case):
