@@ -51,6 +51,20 @@ constexpr const char* list_unknown_blocks = R"(
 SELECT name FROM json_array_elements_text($1::json) AS name
 WHERE name NOT IN (SELECT block_id FROM ledger.block))";
 
+constexpr const char* list_blocks_without_anchor = R"(
+SELECT name FROM json_array_elements_text($1::json) AS name
+WHERE name NOT IN (SELECT block FROM json_to_recordset($2::json) AS anchor(block text)))";
+
+/// Goes from one block to the next in the index.
+constexpr const char* list_events_without_block = R"(
+WITH RECURSIVE number AS (
+  SELECT min(block_no) AS no FROM ledger.event
+  UNION ALL
+  SELECT (SELECT min(block_no) FROM ledger.event WHERE block_no > no) FROM number
+  WHERE no IS NOT NULL)
+SELECT no FROM number
+WHERE no IS NOT NULL AND NOT EXISTS (SELECT FROM ledger.block WHERE block_no = no))";
+
 /// The lines of the file as one JSON list.
 std::string read_anchors(const std::string& file) {
   std::ifstream in(file);
@@ -81,6 +95,10 @@ std::string fault_of(const PGresult* row) {
   if (last != text(1)) return "the end is cut: row " + last + " of " + text(1) + " is the last";
   if (text(5) == "f") return "the head is not that of row " + last;
   return "";
+}
+
+std::string count_of(std::int64_t number, const std::string& what) {
+  return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
 }
 
 }  // namespace
@@ -124,8 +142,17 @@ int verify(const Verification& verification) {
     connection.for_each_row(list_unknown_blocks, {chosen}, [&](const PGresult* row) {
       tell(field(row, 0, 0), "the block is missing");
     });
+  } else {
+    connection.for_each_row(list_events_without_block, {}, [&](const PGresult* row) {
+      tell("block_no " + std::string(field(row, 0, 0)), "events without a block");
+    });
   }
   if (!anchors.empty()) {
+    if (chosen != nullptr) {
+      connection.for_each_row(
+          list_blocks_without_anchor, {chosen, anchors.c_str()},
+          [&](const PGresult* row) { tell(field(row, 0, 0), "no anchor for this block"); });
+    }
     connection.for_each_row(
         find_changed_anchors, {chosen, anchors.c_str()}, [&](const PGresult* row) {
           const std::string place = "row " + std::string(field(row, 0, 1));
@@ -134,8 +161,8 @@ int verify(const Verification& verification) {
                                      : place + " is not the one that is anchored");
         });
   }
-  std::printf("%lld events of %lld blocks verified%s\n", static_cast<long long>(rows_walked),
-              static_cast<long long>(blocks_walked), status == done ? "" : ", with faults");
+  std::printf("%s of %s verified%s\n", count_of(rows_walked, "event").c_str(),
+              count_of(blocks_walked, "block").c_str(), status == done ? "" : ", with faults");
   return status;
 }
 

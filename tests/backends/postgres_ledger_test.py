@@ -459,6 +459,7 @@ class Verify(Case):
             odd: ("DELETE FROM ledger.event WHERE sequence = 6 AND {0}; UPDATE ledger.block b SET sequence = 5, head = e.hash FROM "
                   "ledger.event e WHERE e.block_no = b.block_no AND e.sequence = 5 AND b.{0}", None),
             "gone": ("DELETE FROM ledger.event WHERE {0}; DELETE FROM ledger.block WHERE {0}", None),
+            "orphan": ("DELETE FROM ledger.block WHERE {}", "events without a block"),
             "good": ("SELECT", None)}
         for block in faults:
             primary.sql("SELECT ledger.append($$%s$$, array_agg('e' || i), array_agg(('e' || i)::bytea)) FROM generate_series(1, 6) i" % block)
@@ -486,15 +487,18 @@ class Verify(Case):
         primary.sql("ALTER ROLE auditor RESET ALL")
         for block, (_, part) in faults.items():
             if part:
-                self.assertIn(f"{block}: ", told[0])
+                self.assertIn("block_no " if block == "orphan" else f"{block}: ", told[0])
                 self.assertIn(part, told[0])
-        self.assertEqual(told[0].count("\n"), 7)  # and nothing else
+        self.assertEqual(told[0].count("\n"), 8)  # and nothing else
         self.assertIn("odd \"name\" ': row 6, which is anchored, is missing", told[2])
         self.assertIn("gone: row 6, which is anchored, is missing", told[2])
         self.assertIn("cut: row 6, which is anchored, is missing", told[2])
         self.assertNotIn("good: ", told[2])
         self.verified(primary, "good")
         self.ends(run([LEDGER, "verify", "--anchor", LEDGER], primary.env("auditor")), 64, "no anchor")
+        append(primary, "later")
+        self.assertEqual(run([LEDGER, "verify", "--anchor", str(home / "anchors"), "later"], primary.env("auditor")).stdout,
+                         b"later: no anchor for this block\n1 event of 1 block verified, with faults\n")
         # The end comes again with other events.
         append(primary, odd, "new")
         self.assertIn(b"row 6 is not the one that is anchored",
