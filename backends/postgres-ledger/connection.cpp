@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 
 #include "failure.h"
 #include "zunol_monitoring/base/environment.h"
@@ -51,6 +53,22 @@ bool is_failure(const PGresult* result) {
   return status == PGRES_FATAL_ERROR || status == PGRES_BAD_RESPONSE;
 }
 
+/// Connects, and returns what libpq said meanwhile. It says so on stderr, in lines of its own, as
+/// only a connection that stands takes another receiver, and the calls that take one before have no
+/// time limit for each address. The descriptor stays as it is, for signal handlers.
+std::string connect(std::unique_ptr<PGconn, decltype(&PQfinish)>& connection,
+                    const char* const* keywords, const char* const* values) {
+  constexpr std::size_t enough = 1024;
+  std::string said(enough, '\0');
+  const std::unique_ptr<FILE, int (*)(FILE*)> memory(fmemopen(said.data(), enough, "w"),
+                                                     std::fclose);
+  FILE* const usual = std::exchange(stderr, memory ? memory.get() : stderr);
+  connection.reset(PQconnectdbParams(keywords, values, 0));
+  std::fflush(stderr);
+  stderr = usual;
+  return said.c_str();
+}
+
 }  // namespace
 
 std::chrono::seconds time_limit() {
@@ -64,8 +82,11 @@ Connection::Connection(const std::string& service) {
   const char* keywords[] = {"client_encoding", "fallback_application_name",
                             service.empty() ? nullptr : "service", nullptr};
   const char* values[] = {"UTF8", "postgres-ledger", service.c_str(), nullptr};
-  connection_.reset(PQconnectdbParams(keywords, values, 0));
-  if (PQstatus(connection_.get()) != CONNECTION_OK) fail_of_connection();
+  const std::string said = connect(connection_, keywords, values);
+  // A notice of these is no failure: nothing has been asked yet that it could be about.
+  if (PQstatus(connection_.get()) != CONNECTION_OK) {
+    throw Failure(try_again, PQerrorMessage(connection_.get()) + said);
+  }
   PQsetNoticeReceiver(
       connection_.get(),
       [](void* notice, const PGresult* result) {

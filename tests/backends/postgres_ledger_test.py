@@ -217,6 +217,9 @@ class Backend(Case):
         self.ends(append(primary, arguments=["no-service"]), 75, "no-service")
         self.ends(append(primary, PGHOST=str(home)), 75, "No such file")
         self.ends(append(primary, PGUSER="nobody"), 75, "nobody")
+        primary.sql("UPDATE pg_database SET datcollversion = 'x' WHERE datname = 'ledger'")
+        self.ends(append(primary, "warned"), 0)  # each connection brings a warning
+        primary.sql("UPDATE pg_database SET datcollversion = NULL WHERE datname = 'ledger'")
         self.ends(append(primary, PGUSER="stranger"), 75, "permission denied")
         self.ends(append(primary, PGDATABASE="postgres"), 75, "ledger")
         self.ends(append(primary, ZUNOL_VORN_WALLET_FILE=str(home / "loose")), 75, "must have mode 0600")
