@@ -37,7 +37,7 @@ int print_records(const Tool& tool, const Filters& filters, StoreView& view, con
   return done;
 }
 
-constexpr auto all = [](const auto&) { return true; };
+constexpr auto every_record = [](const auto&) { return true; };
 
 int list_incidents(const Tool& tool, const Filters& filters) {
   if (!filters.incident.empty()) return show_incident(tool, filters.incident, filters.limit);
@@ -66,7 +66,7 @@ int list_journal(const Tool& tool, const Filters& filters) {
   const RowIds ids = view.look([&](sqlite3* db) {
     return journal_ids(db, filters.category, std::min(filters.limit, max_journal_listing));
   });
-  return print_records(tool, filters, view, "agent_journal", ids, journal_entries, all,
+  return print_records(tool, filters, view, "agent_journal", ids, journal_entries, every_record,
                        journal_listing(tool), journal_cells);
 }
 
@@ -79,7 +79,7 @@ int list_results(const Tool& tool, const Filters& filters) {
   Listing listing(tool.json,
                   {"STATE", "LEVEL", "AGE", "TYPE", "NAME", "VALUE", "MESSAGE", "TARGET", "TIME"},
                   6);
-  return print_records(tool, filters, view, "check_results", ids, check_results, all,
+  return print_records(tool, filters, view, "check_results", ids, check_results, every_record,
                        std::move(listing), [](const CheckResult& r) -> std::vector<std::string> {
                          return {check_status_name(r.state),
                                  severity_name(r.level),
