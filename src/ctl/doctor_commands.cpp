@@ -13,6 +13,7 @@
 #include "ctl/read_config.h"
 #include "ctl/whereabouts.h"
 #include "events/parse_envelope.h"
+#include "history/event_file.h"
 #include "store/health.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/events/event_envelope.h"
@@ -154,7 +155,7 @@ class Story {
     } else {
       say("It is in " + ledger + ", row " + std::to_string(all_.ledger_row->sequence) + ", since " +
           all_.ledger_row->appended_at + '.');
-      if (row_ && all_.ledger_row->event != item_.payload + '\n') {
+      if (row_ && all_.ledger_row->event != event_file_text(item_.payload)) {
         obstacles_.push_back({ledger + " has another event under its id",
                               "queue the event again under an id of its own"});
       }

@@ -85,7 +85,9 @@ int main(int argc, char** argv) {
   } catch (const zunol_monitoring::StoreError& error) {
     const std::string what = error.what();
     const bool older = what.starts_with("no such column");
-    print_error(older ? what + ": of an older version, which `store maintain` completes" : what);
+    print_error(older
+                    ? "the store is of an older version, which `store maintain` completes: " + what
+                    : what);
     return failed;
   } catch (const std::exception& error) {
     print_error(error.what());

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "ctl/open_store.h"
+#include "history/event_file.h"
 #include "store/statement.h"
 #include "store/store_view.h"
 
@@ -154,7 +155,7 @@ std::string LedgerView::differs(const std::string& block, const std::string& eve
                                 const std::string& payload) {
   return look([&](sqlite3* db) -> std::string {
     Statement row(db, "SELECT event=? FROM ledger WHERE history_block_id=? AND event_id=?");
-    if (!row.bind(payload + '\n', block, event_id).next_or_raise()) return "nothing";
+    if (!row.bind(event_file_text(payload), block, event_id).next_or_raise()) return "nothing";
     return row.integer(0) == 1 ? "" : "another event";
   });
 }

@@ -55,7 +55,7 @@ EventFile::EventFile(const std::string& payload)
     : path_(fs::temp_directory_path() / (make_id(name_begin) + name_end)) {
   PrivateFile file(path_);
   try {
-    file.write(payload + '\n');
+    file.write(event_file_text(payload));
   } catch (...) {
     remove();
     throw;

@@ -1,4 +1,4 @@
-// The file that hands an event to the append command.
+// The files that hand an event on.
 #pragma once
 
 #include <filesystem>
@@ -6,8 +6,12 @@
 
 namespace zunol_monitoring {
 
-/// A private file in the system's temporary directory with the payload and a line feed, closed. It
-/// goes on every way out.
+/// What a file that hands on an event has, and so what a ledger of such files keeps: the payload
+/// and a line feed.
+inline std::string event_file_text(const std::string& payload) { return payload + '\n'; }
+
+/// A private file in the system's temporary directory with event_file_text, closed. It goes on
+/// every way out.
 class EventFile {
  public:
   /// Raises std::runtime_error with "cannot write " and the path, and the file-system library's

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "base/private_file.h"
+#include "history/event_file.h"
 #include "history/spool_name.h"
 #include "zunol_monitoring/base/clock.h"
 #include "zunol_monitoring/base/files.h"
@@ -22,7 +23,7 @@ void export_spool_file(const VornConfig& config, const VornSyncItem& item) {
 
   // The row's copy of the event is given up once this returns: it must outlast a power failure.
   PrivateFile file(temporary_path);
-  file.write(item.payload + '\n');
+  file.write(event_file_text(item.payload));
   file.publish(final_path);
 }
 
