@@ -154,6 +154,12 @@ def append(server, block="b", event_id="e", content=None, arguments=(), **variab
 
 
 class Case(unittest.TestCase):
+    """Each class of them has a server of its own."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.enterClassContext(ledger())
+
     def ends(self, done, status, part=""):
         """It ended so, with one line on standard error if it failed."""
         said = done.stderr.decode(errors="replace")
@@ -171,8 +177,8 @@ class Case(unittest.TestCase):
         self.verified(server, block)
 
 
-class Backend(Case):
-    def holds_the_contract(self, **service):
+class Contract(Case):
+    def holds_the_contract(self, only="", **service):
         """check-backend finds no fault; the server goes away and comes back on the way."""
         settings = {"user": "host_a", "dbname": "ledger", "port": 5432, **service}
         (home / "services").write_text("[ledger]\n" + "".join(f"{key}={value}\n" for key, value in settings.items()))
@@ -181,7 +187,7 @@ class Backend(Case):
             "SELECT encode(event, 'hex') FROM ledger.event JOIN ledger.block USING (block_no) "
             "WHERE block_id = :'block' AND event_id = :'id';\n")
         control = " ".join([*WITHOUT_ROOT, str(Path(POSTGRES).with_name("pg_ctl")), "-D", str(primary.data), "-w -l"])
-        done = run(["python3", str(CHECK_BACKEND), "--read",
+        done = run(["python3", str(CHECK_BACKEND), "--only", only, "--read",
                     f'PGPASSFILE= psql -XAtq "host={primary.place} port={settings["port"]} user=root dbname=ledger" -f {home}/read.sql |'
                     " python3 -c 'import sys; sys.stdout.buffer.write(bytes.fromhex(sys.stdin.read()))'",
                     "--away", f"{control} {primary.place}/log -m immediate stop >{home}/control 2>&1",
@@ -192,6 +198,38 @@ class Backend(Case):
     def test_the_contract_of_backends_holds(self):
         self.holds_the_contract(host=primary.place)
 
+    def test_over_tls_with_the_wallet_as_password_file(self):
+        for name in ("server", "other"):
+            run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=localhost",
+                 "-addext", "subjectAltName=DNS:localhost", "-keyout", f"{home}/{name}.key", "-out", f"{home}/{name}.crt"])
+        for name in ("server.key", "server.crt"):
+            (primary.place / name).write_bytes((home / name).read_bytes())
+            (primary.place / name).chmod(0o600)
+            if WITHOUT_ROOT:
+                run(["chown", "nobody", str(primary.place / name)])
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = str(free.getsockname()[1])
+        (primary.data / "pg_hba.conf").write_text("local all,replication all trust\nhostssl all all all scram-sha-256\n")
+        (home / "wallet").touch(0o600)
+        (home / "wallet").write_text("localhost:*:*:host_a:it's a secret\n")
+        primary.stop()
+        primary.start(ssl="on", ssl_cert_file=primary.place / "server.crt", ssl_key_file=primary.place / "server.key",
+                      listen_addresses="localhost", port=port)
+        tls = {"PGHOST": "localhost", "PGPORT": port, "PGSSLMODE": "verify-full", "PGSSLROOTCERT": f"{home}/server.crt"}
+        try:
+            self.ends(append(primary, "tls", **tls), 0)
+            self.holds_the_contract("repeat|unset|at once|engine|never", host="localhost", port=port,
+                                    sslmode="verify-full", sslrootcert=home / "server.crt", passfile=home / "wallet")
+            self.ends(append(primary, "tls", **{**tls, "PGSSLROOTCERT": f"{home}/other.crt"}), 75, "certificate verify failed")
+            (home / "wallet").write_text("localhost:*:*:host_a:another\n")
+            self.ends(append(primary, "tls", **tls), 75, "authentication failed")
+        finally:
+            primary.stop()
+            primary.start(ssl="off", port=5432, listen_addresses="")
+
+
+class Backend(Case):
     def test_bytes_are_kept_and_a_document_where_there_can_be_one(self):
         deep = b"[" * 20000 + b"]" * 20000
         for name, content, document in [
@@ -314,36 +352,6 @@ class Backend(Case):
             self.once(primary, "one", map(str, range(40)))
         finally:
             primary.sql("ALTER ROLE host_a RESET ALL")
-
-    def test_over_tls_with_the_wallet_as_password_file(self):
-        for name in ("server", "other"):
-            run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=localhost",
-                 "-addext", "subjectAltName=DNS:localhost", "-keyout", f"{home}/{name}.key", "-out", f"{home}/{name}.crt"])
-        for name in ("server.key", "server.crt"):
-            (primary.place / name).write_bytes((home / name).read_bytes())
-            (primary.place / name).chmod(0o600)
-            if WITHOUT_ROOT:
-                run(["chown", "nobody", str(primary.place / name)])
-        with socket.socket() as free:
-            free.bind(("127.0.0.1", 0))
-            port = str(free.getsockname()[1])
-        (primary.data / "pg_hba.conf").write_text("local all,replication all trust\nhostssl all all all scram-sha-256\n")
-        (home / "wallet").touch(0o600)
-        (home / "wallet").write_text("localhost:*:*:host_a:it's a secret\n")
-        primary.stop()
-        primary.start(ssl="on", ssl_cert_file=primary.place / "server.crt", ssl_key_file=primary.place / "server.key",
-                      listen_addresses="localhost", port=port)
-        tls = {"PGHOST": "localhost", "PGPORT": port, "PGSSLMODE": "verify-full", "PGSSLROOTCERT": f"{home}/server.crt"}
-        try:
-            self.ends(append(primary, "tls", **tls), 0)
-            self.holds_the_contract(host="localhost", port=port, sslmode="verify-full", sslrootcert=home / "server.crt",
-                                    passfile=home / "wallet")
-            self.ends(append(primary, "tls", **{**tls, "PGSSLROOTCERT": f"{home}/other.crt"}), 75, "certificate verify failed")
-            (home / "wallet").write_text("localhost:*:*:host_a:another\n")
-            self.ends(append(primary, "tls", **tls), 75, "authentication failed")
-        finally:
-            primary.stop()
-            primary.start(ssl="off", port=5432, listen_addresses="")
 
 
 class Collector(Case):
@@ -515,7 +523,7 @@ class Verify(Case):
                       run([LEDGER, "verify", "--anchor", str(home / "anchors"), odd], primary.env("auditor")).stdout)
 
 
-class ZReplication(Case):  # the last one: it ends without the first server
+class Replication(Case):
     def test_status_0_only_with_the_standby(self):
         standby = Server("standby")
         standby.copy(primary)
@@ -594,9 +602,6 @@ class ZReplication(Case):  # the last one: it ends without the first server
 def ledger(**settings):
     """A primary with an empty ledger, in a directory of its own."""
     global home, primary
-    if not POSTGRES or int(POSTGRES.split("/")[4]) < 15:
-        print("skipped: PostgreSQL 15 or later is not installed (Debian: postgresql)")
-        sys.exit(77)
     with tempfile.TemporaryDirectory(prefix="zunol-ledger-") as name:
         home = Path(name)
         home.chmod(0o755)
@@ -615,6 +620,7 @@ def ledger(**settings):
 
 
 if __name__ == "__main__":
-    with ledger():
-        tests = unittest.main(argv=[sys.argv[0], *sys.argv[2:]], exit=False)
-    sys.exit(0 if tests.result.wasSuccessful() else 1)
+    if not POSTGRES or int(POSTGRES.split("/")[4]) < 15:
+        print("skipped: PostgreSQL 15 or later is not installed (Debian: postgresql)")
+        sys.exit(77)
+    unittest.main(argv=[sys.argv[0], *sys.argv[2:]])
