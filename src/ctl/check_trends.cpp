@@ -106,9 +106,9 @@ std::vector<Stretch> stretches(const Trend& trend) {
     const bool joined = i + 1 < filled.size() && filled[i + 1] - at <= longest_step;
     const std::size_t end = joined ? filled[i + 1] : at + 1;
     const Bucket& bucket = trend.buckets[at];
-    const bool failed = bucket.failures > 0;
-    if (found.empty() || found.back().to != at || found.back().failed != failed) {
-      found.push_back({.from = at, .to = end, .failed = failed});
+    const bool has_failures = bucket.failures > 0;
+    if (found.empty() || found.back().to != at || found.back().failed != has_failures) {
+      found.push_back({.from = at, .to = end, .failed = has_failures});
     }
     found.back().to = end;
     found.back().failures += bucket.failures;

@@ -55,7 +55,7 @@ json to_json(const LedgerEntry& e) {
           {"appended_at", e.appended_at}};
 }
 
-int list(const Tool& tool, const Wish& wish) {
+int list_rows(const Tool& tool, const Wish& wish) {
   LedgerView ledger(ledger_of(tool, wish));
   constexpr std::size_t event_column = 4;
   Listing listing(tool.json, {"ROW", "AGE", "LEVEL", "TYPE", "EVENT", "BLOCK", "BYTES", "APPENDED"},
@@ -86,7 +86,7 @@ int list(const Tool& tool, const Wish& wish) {
   return done;
 }
 
-int show(const Tool& tool, const Wish& wish) {
+int show_row(const Tool& tool, const Wish& wish) {
   const fs::path file = ledger_of(tool, wish);
   const auto rows = LedgerView(file).rows_of(wish.id);
   if (rows.empty()) throw std::runtime_error("no event " + wish.id + " in " + file.string());
@@ -109,7 +109,7 @@ int show(const Tool& tool, const Wish& wish) {
 
 // ---- verify
 
-int verify(const Tool& tool, const Wish& wish) {
+int verify_chain(const Tool& tool, const Wish& wish) {
   const auto anchor = chain_link_of(wish.anchor);
   const fs::path file = ledger_of(tool, wish);
   const LedgerProof proof = prove_ledger(file, anchor);
@@ -200,13 +200,13 @@ void add_ledger_commands(CLI::App& app, Tool& tool) {
   const auto add_block = [&](CLI::App& command, const char* description) {
     add_option(command, "--block", wish->block, description, {.word = "ID"});
   };
-  CLI::App& list_command = add("list", "List its rows, newest first", list);
+  CLI::App& list_command = add("list", "List its rows, newest first", list_rows);
   add_limit(list_command, wish->limit);
   add_block(list_command, "Only rows of this history block");
-  add_option(add("show", "Show an event as it stands there", show), "ID", wish->id,
+  add_option(add("show", "Show an event as it stands there", show_row), "ID", wish->id,
              "The event's id", {.required = true});
-  add_option(add("verify", "Walk its chain of hashes and tell the first fault", verify), "--anchor",
-             wish->anchor, "A head that an earlier run told, kept elsewhere",
+  add_option(add("verify", "Walk its chain of hashes and tell the first fault", verify_chain),
+             "--anchor", wish->anchor, "A head that an earlier run told, kept elsewhere",
              {.word = "ROW:HASH", .check = [](const std::string& text) {
                 return chain_link_of(text) ? "" : "is no row, \":\" and hash";
               }});

@@ -74,17 +74,17 @@ std::string text(const json& row, const char* name) {
 
 /// The fault of the page that comes first in the ledger.
 std::string first_fault(const json& page) {
-  struct Kind {
+  struct FaultKind {
     const char* name;
     const char* before;
     const char* behind;
   };
   std::optional<std::int64_t> first;
   std::string fault;
-  for (const Kind& kind : {Kind{"early", "row ", " was put before the first"},
-                           Kind{"gap", "rows are missing before row ", ""},
-                           Kind{"hole", "the chain leaves out row ", ""},
-                           Kind{"changed", "row ", " or its hash was changed"}}) {
+  for (const FaultKind& kind : {FaultKind{"early", "row ", " was put before the first"},
+                                FaultKind{"gap", "rows are missing before row ", ""},
+                                FaultKind{"hole", "the chain leaves out row ", ""},
+                                FaultKind{"changed", "row ", " or its hash was changed"}}) {
     const std::int64_t sequence = number(page, kind.name);
     if (!page.at(kind.name).is_number() || (first && *first <= sequence)) continue;
     first = sequence;

@@ -5,7 +5,7 @@
 namespace zunol_monitoring::ctl {
 namespace {
 
-constexpr int most_errors = 10;
+constexpr int errors_told = 10;
 
 std::string moment_text(std::int64_t events, const std::string& at) {
   if (events == 0) return "none";
@@ -17,7 +17,7 @@ std::string moment_text(std::int64_t events, const std::string& at) {
 QueueFigures read_queue_figures(sqlite3* db) {
   return {.queue = sync_queue_stats(db),
           .last_success_at = last_success_at(db),
-          .errors = count_sync_errors(db, most_errors)};
+          .errors = count_sync_errors(db, errors_told)};
 }
 
 std::vector<std::pair<std::string, std::string>> named_figures(const QueueFigures& figures) {

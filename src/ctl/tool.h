@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// Its header takes long to compile: only tool.cpp and main.cpp include it.
+// Its header takes long to compile: only tool.cpp and command_line.cpp include it.
 namespace CLI {
 class App;
 }

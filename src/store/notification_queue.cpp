@@ -7,7 +7,7 @@
 namespace zunol_monitoring {
 namespace {
 
-NotificationQueueItem read_item(const Statement& row) {
+NotificationQueueItem read_notification(const Statement& row) {
   return {.id = row.integer(0),
           .kind = row.text(1),
           .payload = row.text(2),
@@ -52,7 +52,7 @@ std::vector<NotificationQueueItem> SqliteStore::list_pending_notifications(int l
                    "SELECT id, kind, payload, status, attempt_count, last_error, created_at FROM "
                    "notification_queue WHERE status='pending' ORDER BY created_at ASC LIMIT ?")
       .bind(limit)
-      .all(read_item);
+      .all(read_notification);
 }
 
 }  // namespace zunol_monitoring

@@ -18,7 +18,7 @@ const std::string select_pending =
     "SELECT event_id, payload, status, attempt_count, last_error, created_at "
     "FROM vorn_sync_queue WHERE status='pending' ";
 
-VornSyncItem read_item(const Statement& row) {
+VornSyncItem read_sync_item(const Statement& row) {
   return {.event_id = row.text(0),
           .payload = row.text(1),
           .status = row.text(2),
@@ -62,13 +62,13 @@ std::vector<VornSyncItem> SqliteStore::list_sync_events(int limit, bool include_
   if (include_not_due) {
     return Statement(db, select_pending + "ORDER BY created_at ASC LIMIT ?")
         .bind(limit)
-        .all(read_item);
+        .all(read_sync_item);
   }
   return Statement(db, select_pending +
                            "AND (next_attempt_at='' OR next_attempt_at<=?) "
                            "ORDER BY created_at ASC LIMIT ?")
       .bind(utc_timestamp_iso(), limit)
-      .all(read_item);
+      .all(read_sync_item);
 }
 
 void SqliteStore::mark_sync_event_sent(const std::string& event_id) {
@@ -135,7 +135,7 @@ std::optional<DueRow> find_due_row(SqliteStore& store, std::int64_t id) {
   Statement row(db, select_pending + "AND rowid=?");
   if (!row.bind(id).next_or_raise()) return std::nullopt;
   Statement unusable(db, "SELECT 1 FROM vorn_sync_queue WHERE rowid=? AND " + has_no_usable_id);
-  return DueRow{read_item(row), !unusable.bind(id).next_or_raise()};
+  return DueRow{read_sync_item(row), !unusable.bind(id).next_or_raise()};
 }
 
 void record_unusable_row(SqliteStore& store, std::int64_t id, const std::string& error) {
