@@ -69,7 +69,8 @@ std::string span_text(std::int64_t seconds) {
 std::optional<std::int64_t> age_of(const std::string& timestamp) {
   const std::int64_t at = seconds_of_timestamp(timestamp, -1);
   if (at == -1) return std::nullopt;
-  return std::time(nullptr) - at;
+  // The clock that the timestamps are made by: std::time may still be in the second before.
+  return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()) - at;
 }
 
 std::string age_text(const std::string& timestamp) {

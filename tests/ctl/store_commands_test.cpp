@@ -42,9 +42,9 @@ TEST_F(CtlStore, NoStoreIsAnEmptyOneAndNoneIsMade) {
 TEST_F(CtlStore, FlushTellsEachFailureAndTakesEachRowOnce) {
   deliver_by(R"("sh -c '[ $ZUNOL_VORN_EVENT_ID != b ] || { echo no; echo route; exit 1; }'")");
   enqueue({"a", "b", "c"});
-  EXPECT_EQ(out("queue flush", 1),
-            "failed b: append_command failed: no route \n"
-            "2 delivered, 1 failed, 1 left, the next attempt in 30s\n");
+  EXPECT_TRUE(out("queue flush", 1)
+                  .starts_with("failed b: append_command failed: no route \n"
+                               "2 delivered, 1 failed, 1 left, the next attempt in "));
   EXPECT_TRUE(
       out("queue flush").starts_with("0 delivered, 0 failed, 1 left, the next attempt in "));
   deliver_by("true");
