@@ -540,10 +540,12 @@ class Replication(Case):
         self.ends(append(primary, "rep", "first"), 0)
         standby.stop()
 
+        waiting = "SELECT pid FROM pg_stat_activity WHERE wait_event = 'SyncRep'"
+
         def cancel(kind):
-            waiting = "SELECT pid FROM pg_stat_activity WHERE wait_event = 'SyncRep'"
             eventually(kind + " waits", lambda: primary.sql(waiting))
             primary.sql(f"SELECT pg_cancel_backend(pid) FROM ({waiting}) w")
+            eventually(kind + " is cancelled", lambda: not primary.sql(waiting))
 
         # The wait is cancelled: the server warns, and tells of success all the same.
         with ThreadPoolExecutor(1) as other:
@@ -553,10 +555,10 @@ class Replication(Case):
         # It is visible by now. The repeat must wait as well, with a file that a collector has too.
         self.assertEqual(primary.sql("SELECT count(*) FROM ledger.event WHERE event_id = 'cancelled'"), "1")
         self.ends(append(primary, "rep", "cancelled", ZUNOL_LEDGER_TIME_LIMIT="1"), 75, "within")
+        cancel("the abandoned commit")
         spool = Spool("rep2").fill(["in-commit"])
         collector = spool.start(primary, "--once")
-        cancel("an abandoned commit")
-        eventually("the collector waits", lambda: primary.sql("SELECT count(*) FROM ledger.event WHERE event_id = 'in-commit'") == "1")
+        eventually("the collector's commit waits", lambda: primary.sql(waiting))
         collector.kill()
         collector.communicate()
         self.assertEqual(spool.left(), ["in-commit.json"])
