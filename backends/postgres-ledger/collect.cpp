@@ -165,8 +165,9 @@ class Collector {
     return std::nullopt;
   }
 
-  /// One call and one commit, or where the server cannot take the data two with a half of it each,
-  /// until it is clear which file is at fault.
+  /// One call and one commit, or two with a half of it each: where the server cannot take the data,
+  /// until it is clear which file is at fault, and where it has not come to an end in time, as a
+  /// batch can be more than a slow line carries.
   void deliver(const SpoolDirectory& spool, std::span<const SpoolFile> files) {
     std::vector<Event> events;
     for (const SpoolFile& file : files) events.push_back({file.event_id, file.event});
@@ -176,8 +177,11 @@ class Collector {
       if (!connection_) connection_ = std::make_unique<Connection>(collection_.service);
       appended = append_events(*connection_, block_of(spool), events);
     } catch (const Failure& failure) {
-      if (failure.status != never) throw;
-      if (files.size() == 1) return set_aside(spool, files[0], failure.what());
+      const bool late = connection_ && connection_->timed_out();
+      if (failure.status != never && !late) throw;
+      if (files.size() == 1 && !late) return set_aside(spool, files[0], failure.what());
+      if (files.size() == 1 || is_told_to_end()) throw;
+      if (late) connection_.reset();
       deliver(spool, files.first(files.size() / 2));
       return deliver(spool, files.subspan(files.size() / 2));
     }

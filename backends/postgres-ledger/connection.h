@@ -54,6 +54,9 @@ class Connection {
   /// Whether another statement can run here after a failure.
   bool usable() const { return !timed_out_ && PQstatus(connection_.get()) == CONNECTION_OK; }
 
+  /// Whether the last call was not done within its time.
+  bool timed_out() const { return timed_out_; }
+
  private:
   void send(const char* statement, const std::vector<Parameter>& parameters);
   Rows receive();

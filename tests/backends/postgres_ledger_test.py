@@ -113,6 +113,36 @@ class Server:
         return int(self.sql("SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'"))
 
 
+@contextlib.contextmanager
+def slow_line(server):
+    """The environment of a client whose line to the server carries 320 kB a second."""
+    name, listener = ".s.PGSQL.5432", socket.socket(socket.AF_UNIX)
+    place = Path(tempfile.mkdtemp(dir=home))
+    listener.bind(str(place / name))
+    listener.listen()
+
+    def carry(source, target, pause):
+        with contextlib.suppress(OSError):
+            while chunk := source.recv(16_000):
+                target.sendall(chunk)
+                time.sleep(pause)
+            target.shutdown(socket.SHUT_WR)
+
+    def accept():
+        with contextlib.suppress(OSError):
+            while True:
+                client, far = listener.accept()[0], socket.socket(socket.AF_UNIX)
+                far.connect(str(server.place / name))
+                for way in ((client, far, 0.05), (far, client, 0)):
+                    threading.Thread(target=carry, args=way, daemon=True).start()
+
+    threading.Thread(target=accept, daemon=True).start()
+    try:
+        yield server.env(PGHOST=str(place))
+    finally:
+        listener.close()
+
+
 def event(event_id, **more):
     return json.dumps({"schema": "zunol.monitoring.event.v1", "event_id": event_id, "agent_id": "a",
                        "project_id": "p", "server_name": "s", "type": "test_event", "level": "info",
@@ -389,6 +419,17 @@ class Collector(Case):
         self.assertEqual(len(spool.left()), 2)
         self.ends(spool.collect(primary), 0)
         self.once(primary, "before", ["other", "x", "y", "z"])
+
+    def test_a_batch_that_the_line_does_not_carry_in_time_goes_in_halves(self):
+        spool, names = Spool("slow"), [f"e{number}" for number in range(8)]
+        for name in names:
+            spool.add(name + ".json", event(name, payload={"text": "x" * 100_000}))
+        with slow_line(primary) as environment:
+            done = run([LEDGER, "collect", str(spool.path), "--once"], {**environment, "ZUNOL_LEDGER_TIME_LIMIT": "2"})
+        self.ends(done, 0)
+        self.assertGreater(done.stdout.count(b"\n"), 1)
+        self.assertEqual(spool.left(), [])
+        self.once(primary, "slow", names)
 
     def test_what_a_crash_has_left_half_removed_comes_back(self):
         spool = Spool("crash").fill(["x"])
