@@ -124,7 +124,7 @@ int verify_chain(const Tool& tool, const Wish& wish) {
     print(file.string() + ": " +
           (proof.fault.empty() ? coloured(Colour::green, "whole")
                                : coloured(Colour::red, printable(proof.fault))) +
-          ", " + std::to_string(proof.rows) + " rows");
+          ", " + std::to_string(proof.rows) + (proof.rows == 1 ? " row" : " rows"));
     if (proof.unlinked > 0) {
       print(", of which " + std::to_string(proof.unlinked) + " are older than the chain");
     }

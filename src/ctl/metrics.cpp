@@ -9,6 +9,7 @@
 #include "ctl/age.h"
 #include "ctl/open_store.h"
 #include "ctl/output.h"
+#include "ctl/queue_figures.h"
 #include "ctl/read_config.h"
 #include "store/inspection.h"
 #include "zunol_monitoring/base/clock.h"
@@ -153,15 +154,20 @@ std::string metrics_text(const Config& config, const Figures& figures) {
   return metrics.text;
 }
 
-json metrics_json(const Figures& figures) {
+json metrics_json(const Config& config, const Figures& figures) {
   json rows = json::object();
   for (const TableRows& table : figures.tables) rows[table.table] = table.rows;
   return {{"pending", figures.queue.pending},
           {"due", figures.queue.due},
+          {"oldest_pending", moment_json(figures.queue.oldest_pending_at)},
+          {"oldest_due", moment_json(figures.queue.oldest_due_at)},
           {"failed", figures.queue.failed},
           {"failed_often", figures.queue.failed_often},
+          {"beyond_schedule", figures.queue.beyond_schedule},
           {"last_success_at", figures.last_success_at},
           {"last_maintenance_at", figures.last_maintenance_at},
+          {"size_bytes", store_size_bytes(config.storage.local_db)},
+          {"max_bytes", config.storage.max_local_bytes},
           {"open_incidents", figures.open_incidents},
           {"rows", rows}};
 }
@@ -170,7 +176,7 @@ int show_metrics(const Tool& tool, const std::string& output) {
   const Config config = read_config(tool.config);
   const Figures figures = look_at_store(tool, config).look(read_figures);
   if (tool.json) {
-    print_json(metrics_json(figures));
+    print_json(metrics_json(config, figures));
   } else if (output.empty()) {
     print(metrics_text(config, figures));
   } else {

@@ -78,11 +78,6 @@ int list(const Tool& tool, const ListArguments& arguments) {
   return done;
 }
 
-json moment_json(const std::string& at) {
-  if (at.empty()) return nullptr;
-  return {{"created_at", at}, {"age_sec", age_json(at)}};
-}
-
 std::string stats_text(const QueueFigures& all) {
   const SyncQueueStats& stats = all.queue;
   Table figures({"QUEUE", ""});

@@ -1,5 +1,7 @@
 #include "ctl/queue_figures.h"
 
+#include <nlohmann/json.hpp>
+
 #include "ctl/age.h"
 
 namespace zunol_monitoring::ctl {
@@ -13,6 +15,11 @@ std::string moment_text(std::int64_t events, const std::string& at) {
 }
 
 }  // namespace
+
+nlohmann::json moment_json(const std::string& at) {
+  if (at.empty()) return nullptr;
+  return {{"created_at", at}, {"age_sec", age_json(at)}};
+}
 
 QueueFigures read_queue_figures(sqlite3* db) {
   return {.queue = sync_queue_stats(db),

@@ -129,4 +129,7 @@ TEST_F(CtlQueue, MetricsAreWrittenWholeForEverybody) {
                 "\nzunol_monitoring_store_rows{table=\"odd\\\"\\\\name\"} 0\n",
                 "\nzunol_monitoring_last_maintenance_timestamp_seconds "});
   EXPECT_EQ(text.find("last_success"), std::string::npos);
+  const json figures = json::parse(out("metrics --json"));
+  EXPECT_EQ(figures["oldest_due"]["created_at"], "2020-01-01T00:00:00Z");
+  EXPECT_GE(figures["size_bytes"], fs::file_size(db));
 }
