@@ -157,8 +157,10 @@ def fail_labels(bench, name):
     labels = []
     for kind, (_, reasons) in FAILS.items():
         for reason in reasons:
-            # A system interrupts a call, not every call.
-            for extent in ("once",) if reason == "EINTR" else ("once", "on"):
+            # A system interrupts a call, not every call; and who gives up at a failed read or look
+            # meets no other.
+            once = reason == "EINTR" or kind in ("read", "stat")
+            for extent in ("once",) if once else ("once", "on"):
                 labels += [f"{kind}:{number}:{reason}:{extent}" for number in range(kinds.get(kind, 0))]
     return labels
 
