@@ -343,15 +343,15 @@ def holdable():
 
 def held_labels(bench, name):
     """`other:first:every`: what runs meanwhile, and before which calls: looks and senders before
-    many calls of one run, the others before one call of each run. A look that is held is given up
-    where the store changes each time, so senders come once."""
+    many calls of one run, the others before one call of each run, spread over a long one. A look that
+    is held is given up where the store changes each time, so senders come once."""
     held, holds, send = [], holdable(), [("send",)]
     count_calls(bench, name, lambda call: held.append(call) if holds(call) else None)
     calls = len(held)
     beside, once = (LOOKS + send, CHANGERS) if name in SCENARIOS else ([], CHANGERS + send)
     labels = [f"{other[0]}:0:{1 if bench.full else 20}" for other in beside]
     for other in once:
-        share = 1 if bench.full else calls / 9
+        share = max(1, calls / (500 if bench.full else 9))
         begin = bench.random(f"{name}/{other}").random() * share
         labels += [f"{other[0]}:{int(begin + n * share)}:0" for n in range(int(calls / share))]
     return labels
