@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <random>
+#include <set>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -120,7 +121,10 @@ class Collector {
     } while (names.size() == SpoolDirectory::most_listed && settled_ > 0);
   }
 
-  void take(const SpoolDirectory& spool, const std::vector<std::string>& names) {
+  void take(const SpoolDirectory& spool, std::vector<std::string>& names) {
+    std::stable_partition(names.begin(), names.end(), [&](const std::string& name) {
+      return !late_.contains(spool.path() / name);
+    });
     set_aside_ = 0;
     progress_.emplace(collection_.once ? static_cast<std::int64_t>(names.size()) : 0);
     std::vector<SpoolFile> batch;
@@ -180,6 +184,7 @@ class Collector {
       const bool late = connection_ && connection_->timed_out();
       if (failure.status != never && !late) throw;
       if (files.size() == 1 && !late) return set_aside(spool, files[0], failure.what());
+      if (files.size() == 1) late_.insert(spool.path() / files[0].name);
       if (files.size() == 1 || is_told_to_end()) throw;
       if (late) connection_.reset();
       deliver(spool, files.first(files.size() / 2));
@@ -238,6 +243,8 @@ class Collector {
   EndSignals& signals_;
   std::unique_ptr<Connection> connection_;
   std::optional<ProgressBar> progress_;
+  /// Files that alone were not done in time: those behind them do not wait for them again.
+  std::set<std::filesystem::path> late_;
   std::int64_t settled_ = 0;   ///< files of this listing that have gone
   std::size_t set_aside_ = 0;  ///< those of them that no line has told yet
   int status_ = done;

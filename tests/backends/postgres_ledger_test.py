@@ -166,9 +166,9 @@ class Spool:
     def left(self):
         return sorted(entry.name for entry in self.path.iterdir() if entry.name.endswith(".json"))
 
-    def start(self, server, *options):
-        return subprocess.Popen([LEDGER, "collect", str(self.path), *options], text=True, env={**PATH, **server.env()},
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    def start(self, server, *options, **variables):
+        return subprocess.Popen([LEDGER, "collect", str(self.path), *options], text=True, stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, env={**PATH, **server.env(), **variables})
 
     def collect(self, server, *options):
         return run([LEDGER, "collect", str(self.path), "--once", *options], server.env())
@@ -430,6 +430,16 @@ class Collector(Case):
         self.assertGreater(done.stdout.count(b"\n"), 1)
         self.assertEqual(spool.left(), [])
         self.once(primary, "slow", names)
+
+    def test_a_file_that_the_line_does_not_carry_in_time_stops_no_other(self):
+        spool = Spool("large").fill(["b", "c"])
+        spool.add("a.json", event("a", payload={"text": "x" * 2_000_000}))
+        with slow_line(primary) as environment:
+            collector = spool.start(primary, "--period", "1", **environment, ZUNOL_LEDGER_TIME_LIMIT="1")
+            eventually("the others go", lambda: spool.left() == ["a.json"])
+            collector.terminate()
+            self.assertIn("no answer of the server within 1 s", collector.communicate()[1])
+        self.once(primary, "large", ["b", "c"])
 
     def test_what_a_crash_has_left_half_removed_comes_back(self):
         spool = Spool("crash").fill(["x"])
