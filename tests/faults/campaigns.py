@@ -410,6 +410,11 @@ def storm_labels(bench, name):
     return [f"{number}:{30 if bench.full else 3}" for number in range(2)]
 
 
+def kill_group(leader):
+    with contextlib.suppress(ProcessLookupError):  # it has ended by itself
+        os.killpg(leader, signal.SIGKILL)
+
+
 def storm_trial(bench, name, label):
     choice, faults = bench.random(label), []
     end = time.monotonic() + int(label.split(":")[1])
@@ -428,15 +433,13 @@ def storm_trial(bench, name, label):
                                        stderr=subprocess.STDOUT)
             timer = None
             if chance.random() < 0.3:
-                timer = threading.Timer(chance.random() * 0.1, os.killpg,
-                                        [process.pid, signal.SIGKILL])
+                timer = threading.Timer(chance.random() * 0.1, kill_group, [process.pid])
                 timer.start()
             output = process.communicate()[0]
             if timer:
                 timer.cancel()
                 timer.join()
-                with contextlib.suppress(ProcessLookupError):  # what the killed one had started
-                    os.killpg(process.pid, signal.SIGKILL)
+                kill_group(process.pid)  # what the killed one had started
             if process.returncode == 0:
                 world.end(step, 0, alone=False)
             elif not timer:
