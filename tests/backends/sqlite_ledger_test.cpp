@@ -116,9 +116,11 @@ TEST_F(SqliteLedger, WhatIsMissingIsNamedInOneLine) {
   }
   expect_one_line_of_failure(append_to({}), 64, "usage: sqlite-ledger LEDGER");
   expect_one_line_of_failure(append_to({dir / "no/where.db"}), 75, "cannot append to");
-  ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
-  for (const char* name : {"fifo", "."}) {
-    expect_one_line_of_failure(append_to({dir / name}), 75, "it is no regular file");
+  for (const char* name : {"fifo", "ledger-journal", "ledger-wal"}) {
+    ASSERT_EQ(mkfifo((dir / name).c_str(), 0600), 0);
+  }
+  for (const char* name : {"fifo", ".", "ledger"}) {
+    expect_one_line_of_failure(append_to({dir / name}), 75, " is no regular file");
   }
   write_text_file(dir / "junk", std::string(5000, 'x'));
   expect_one_line_of_failure(append_to({dir / "junk"}), 75, "not a database");
@@ -137,7 +139,6 @@ TEST_F(SqliteLedger, NothingButTheWholeEventCountsAsAppended) {
   expect_one_line_of_failure(append(), 66, "is empty");
   EXPECT_FALSE(std::filesystem::exists(ledger));
 
-  write_text_file(dir / "event.json", "{}");
   // What stands in front of the real sqlite3, and the error.
   environment["PATH"] = (dir / "bin").string() + ":/usr/bin:/bin";
   for (const Texts& row : rows_of(R"(
@@ -145,8 +146,10 @@ exit 0 => sqlite3 said nothing
 exec /usr/bin/sqlite3 -cmd 'PRAGMA user_version' "$@" => : 0 appended
 echo 'database or disk is full' >&2; exit 13 => database or disk is full
 : >"$ZUNOL_VORN_EVENT_FILE"; exec /usr/bin/sqlite3 "$@" => the event file was not read
+rm "$ZUNOL_VORN_EVENT_FILE"; exec /usr/bin/sqlite3 "$@" => event file was not read
 )",
                                   "=>")) {
+    write_text_file(dir / "event.json", "{}");
     write_text_file(dir / "bin/sqlite3", "#!/bin/sh\n" + row.at(0) + "\n");
     std::filesystem::permissions(dir / "bin/sqlite3", std::filesystem::perms(0700));
     environment["ZUNOL_VORN_EVENT_ID"] = row[1];
@@ -160,6 +163,21 @@ echo 'database or disk is full' >&2; exit 13 => database or disk is full
   sql("DROP TRIGGER theirs; CREATE TRIGGER theirs AFTER INSERT ON ledger BEGIN SELECT edit('', "
       "'true'); END");
   expect_one_line_of_failure(append(), 75, "unsafe use of edit()");
+}
+
+// The run before may have been killed behind its commit, and a power cut would still undo that.
+TEST_F(SqliteLedger, AnEventThatIsThereIsSyncedOnceMore) {
+  std::filesystem::create_symlink(dir / "real/ledger.db", ledger);
+  std::filesystem::create_directory(dir / "real");
+  write_text_file(dir / "bin/sync", "#!/bin/sh\necho \"$@\" >>\"$HOME/synced\"\n");
+  std::filesystem::permissions(dir / "bin/sync", std::filesystem::perms(0700));
+  environment["PATH"] = (dir / "bin").string() + ":/usr/bin:/bin";
+  EXPECT_EQ(append().out, "appended\n");
+  EXPECT_FALSE(std::filesystem::exists(dir / "synced"));
+  EXPECT_EQ(append().out, "appended\n");
+  EXPECT_EQ(read_text_file(dir / "synced"), "-- " + (dir / "real").string() + "\n");
+  write_text_file(dir / "bin/sync", "#!/bin/sh\necho 'Input/output error'; exit 1\n");
+  expect_one_line_of_failure(append(), 75, "Input/output error");
 }
 
 TEST_F(SqliteLedger, TheUsersOwnSettingsOfSqliteDoNotCount) {
