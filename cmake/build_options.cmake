@@ -29,7 +29,7 @@ if(ZUNOL_HARDENED)
       target_compile_options(zunol_hardened INTERFACE ${flag})
     endif()
   endforeach()
-  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize|_FORTIFY_SOURCE")  # a packager may ask for more
     target_compile_options(zunol_hardened INTERFACE
       $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
   endif()

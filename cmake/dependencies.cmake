@@ -2,7 +2,7 @@ include(CheckCXXSourceCompiles)
 
 # A host's own targets come first.
 if(NOT TARGET nlohmann_json::nlohmann_json)
-  find_package(nlohmann_json REQUIRED)
+  find_package(nlohmann_json 3.11 REQUIRED)  # whose names tell how it is configured
 endif()
 if(NOT TARGET SQLite::SQLite3)
   find_package(SQLite3 REQUIRED)
