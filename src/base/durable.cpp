@@ -28,14 +28,15 @@ class Descriptor {
 
 }  // namespace
 
-void sync_name(const std::filesystem::path& path) {
+void sync_name(const std::filesystem::path& path, int file) {
   const std::filesystem::path parent = path.has_parent_path() ? path.parent_path() : ".";
   const Descriptor directory(parent, O_DIRECTORY);
   // EINVAL: a file system whose directories need no sync, or know none.
   if (directory.is_open() && (fsync(directory.number()) == 0 || errno == EINVAL)) return;
   if (!directory.is_open() && errno == EACCES) {
+    if (file >= 0 && syncfs(file) == 0) return;
     const Descriptor itself(path, O_NOFOLLOW);
-    if (itself.is_open() && syncfs(itself.number()) == 0) return;
+    if (file < 0 && itself.is_open() && syncfs(itself.number()) == 0) return;
   }
   throw std::filesystem::filesystem_error("cannot sync", path,
                                           std::error_code(errno, std::generic_category()));

@@ -40,7 +40,7 @@ void PrivateFile::publish(const std::filesystem::path& final_path, unsigned mode
   // By the descriptor: someone else may have changed what the name stands for. Failure leaves it
   // private.
   (void)fchmod(file_, mode);
-  sync_name(final_path);
+  sync_name(final_path, file_);
 }
 
 void PrivateFile::fail() const { throw std::runtime_error("cannot write " + path_.string()); }
