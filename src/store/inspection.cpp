@@ -27,6 +27,24 @@ std::set<std::string> columns_of_tables(sqlite3* db) {
   return names;
 }
 
+std::set<std::string> columns_of_a_new_store() {
+  const SqliteStore fresh(":memory:");
+  return columns_of_tables(StoreConnection::of(fresh));
+}
+
+/// Whether a view, which may have no end, stands in the place of one of our tables.
+bool has_view_as_table(sqlite3* db) {
+  Statement views(db, "SELECT lower(name) FROM sqlite_schema WHERE type='view'");
+  std::set<std::string> ours;
+  while (views.next_or_raise()) {
+    if (ours.empty()) ours = columns_of_a_new_store();
+    const std::string begin = views.text(0) + '.';
+    const auto column = ours.lower_bound(begin);
+    if (column != ours.end() && column->starts_with(begin)) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 RowIds pending_row_ids(sqlite3* db, const PendingFilter& filter, int limit) {
@@ -179,12 +197,13 @@ StoreKind store_kind(sqlite3* db) {
                                         "incidents.last_seen_at",   "vorn_sync_queue.created_at",
                                         "vorn_sync_queue.event_id", "vorn_sync_queue.payload",
                                         "vorn_sync_queue.status"};
-  if (std::ranges::includes(columns, oldest)) return StoreKind::whole;
+  if (std::ranges::includes(columns, oldest)) {
+    return has_view_as_table(db) ? StoreKind::foreign : StoreKind::whole;
+  }
   Statement others(db, "SELECT 1 FROM sqlite_schema WHERE type NOT IN ('table', 'index') LIMIT 1");
   if (others.next_or_raise()) return StoreKind::foreign;
-  const SqliteStore fresh(":memory:");
-  const std::set<std::string> ours = columns_of_tables(StoreConnection::of(fresh));
-  return std::ranges::includes(ours, columns) ? StoreKind::partial : StoreKind::foreign;
+  return std::ranges::includes(columns_of_a_new_store(), columns) ? StoreKind::partial
+                                                                  : StoreKind::foreign;
 }
 
 }  // namespace zunol_monitoring

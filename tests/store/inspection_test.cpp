@@ -180,7 +180,9 @@ TEST_F(Inspection, AFirstStartCutShortIsNoDatabaseOfOthers) {
     return view().look(store_kind);
   };
   EXPECT_EQ(kind_after("DROP TABLE agent_state"), StoreKind::whole);
-  EXPECT_EQ(kind_after("CREATE TABLE theirs(a)"), StoreKind::whole);  // the daemon's own
+  EXPECT_EQ(kind_after("CREATE VIEW Agent_State AS SELECT 1"), StoreKind::foreign);
+  EXPECT_EQ(kind_after("DROP VIEW agent_state; CREATE VIEW agent AS SELECT 1"), StoreKind::whole);
+  EXPECT_EQ(kind_after("DROP VIEW agent; CREATE TABLE theirs(a)"), StoreKind::whole);  // a daemon's
   EXPECT_EQ(kind_after("DROP TABLE incidents"), StoreKind::foreign);
   EXPECT_EQ(kind_after("DROP TABLE theirs"), StoreKind::partial);
   EXPECT_EQ(kind_after("CREATE TABLE incidents(id, other)"), StoreKind::foreign);
