@@ -16,7 +16,8 @@ struct BrokenRule {
   std::size_t item = 0;  ///< the index of the first item that breaks it, where the field is a list
 };
 
-/// What validate_config tells, and raises.
+/// What validate_config tells and raises; but a duration of more than 64 bits is one more broken
+/// rule.
 std::vector<BrokenRule> broken_rules(const Config& config);
 
 }  // namespace zunol_monitoring

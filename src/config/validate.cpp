@@ -32,7 +32,7 @@ bool no_time_of_day(const std::string& text) {
 /// Collects the broken rules, and builds no message of another.
 class Judge {
  public:
-  explicit Judge(const Config& config) : config_(config) {}
+  Judge(const Config& config, bool raises) : config_(config), raises_(raises) {}
 
   std::vector<BrokenRule> broken;
 
@@ -58,7 +58,12 @@ class Judge {
     if (list.empty()) refuse(name, list, not_empty_claim, reason);
   }
   void positive_duration(const char* name, const std::string& text) {
-    if (parse_duration_seconds(text, 0) < 1) refuse(name, text, positive_duration_claim);
+    try {
+      if (parse_duration_seconds(text, 0) < 1) refuse(name, text, positive_duration_claim);
+    } catch (const std::out_of_range&) {
+      if (raises_) throw;
+      refuse(name, text, "has a number of more than 64 bits");
+    }
   }
   void time_of_day(const char* name, const std::string& text) {
     if (no_time_of_day(text)) refuse(name, text, time_of_day_claim);
@@ -130,20 +135,23 @@ class Judge {
   }
 
   const Config& config_;
+  const bool raises_;
   std::vector<const void*> gates_;  ///< the fields of the open ones, the innermost last
 };
 
 }  // namespace
 
 std::vector<BrokenRule> broken_rules(const Config& config) {
-  Judge judge(config);
+  Judge judge(config, false);
   visit_rules(judge, config);
   return std::move(judge.broken);
 }
 
 std::vector<std::string> validate_config(const Config& config) {
+  Judge judge(config, true);
+  visit_rules(judge, config);
   std::vector<std::string> errors;
-  for (BrokenRule& rule : broken_rules(config)) errors.push_back(std::move(rule.message));
+  for (BrokenRule& rule : judge.broken) errors.push_back(std::move(rule.message));
   return errors;
 }
 

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "base/private_file.h"
+#include "config/judge.h"
 #include "config/parse_config.h"
 #include "ctl/config_comments.h"
 #include "ctl/config_file.h"
@@ -13,7 +14,6 @@
 #include "ctl/config_schema.h"
 #include "ctl/output.h"
 #include "ctl/read_config.h"
-#include "ctl/rules.h"
 #include "ctl/surroundings.h"
 #include "ctl/table.h"
 #include "ctl/thresholds.h"
@@ -90,7 +90,7 @@ Verdict judge(const fs::path& path) {
     ConfigFile file = examine_config(text, index);
     verdict.loaded = read.errors.empty();
     verdict.errors = std::move(read.errors);
-    for (const BrokenRule& rule : judge_rules(read.config)) {
+    for (const BrokenRule& rule : broken_rules(read.config)) {
       if (!is_about_wrong(rule, read, index)) {
         verdict.errors.push_back(place_error(rule, index, file));
       }
@@ -233,7 +233,7 @@ int show(const Tool& tool, const ShowArguments& arguments) {
   } else if (tool.json) {
     print_json(json::parse(catalogue_json(key_catalogue(config))));
   } else {
-    print(catalogue_yaml(key_catalogue(config)));
+    print_quoted(catalogue_yaml(key_catalogue(config)));
   }
   return done;
 }

@@ -265,6 +265,11 @@ void note_second_fields(ConfigFile& file, const KeyIndex& index) {
   });
 }
 
+void tell_rest(std::vector<Finding>& warnings, std::size_t count) {
+  if (count == 0) return;
+  warnings.push_back({.message = "and " + std::to_string(count) + " more warnings"});
+}
+
 }  // namespace
 
 ConfigFile examine_config(const std::string& text, const KeyIndex& index) {
@@ -278,11 +283,15 @@ ConfigFile examine_config(const std::string& text, const KeyIndex& index) {
   std::ranges::stable_sort(examiner.result.warnings, {}, [](const Finding& finding) {
     return std::pair(finding.line, finding.column);
   });
-  if (examiner.left_out > 0) {
-    examiner.result.warnings.push_back(
-        {.message = "and " + std::to_string(examiner.left_out) + " more warnings"});
-  }
+  tell_rest(examiner.result.warnings, examiner.left_out);
   return std::move(examiner.result);
+}
+
+void count_rest(std::vector<Finding>& warnings) {
+  if (warnings.size() <= most_warnings) return;
+  const std::size_t rest = warnings.size() - most_warnings;
+  warnings.resize(most_warnings);
+  tell_rest(warnings, rest);
 }
 
 }  // namespace zunol_monitoring::ctl

@@ -39,4 +39,7 @@ struct ConfigFile {
 /// 200 warnings the rest is counted. Raises the YAML library's errors.
 ConfigFile examine_config(const std::string& text, const KeyIndex& index);
 
+/// Leaves the first 200 warnings, and one with the count of the rest.
+void count_rest(std::vector<Finding>& warnings);
+
 }  // namespace zunol_monitoring::ctl

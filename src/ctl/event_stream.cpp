@@ -53,7 +53,11 @@ class Lines {
     buffer_.resize(65536);
     begin_ = 0;
     ssize_t count = -1;
-    while ((count = read(STDIN_FILENO, buffer_.data(), buffer_.size())) < 0 && errno == EINTR) {
+    while ((count = read(STDIN_FILENO, buffer_.data(), buffer_.size())) < 0 &&
+           (errno == EINTR || errno == EAGAIN)) {
+      // Where who gave it has made it non-blocking.
+      pollfd ready = {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+      if (errno == EAGAIN) poll(&ready, 1, -1);
     }
     if (count < 0) {
       throw std::runtime_error(std::string("cannot read standard input: ") + std::strerror(errno));

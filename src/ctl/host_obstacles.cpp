@@ -16,11 +16,11 @@
 #include "append/gates.h"
 #include "append/marker.h"
 #include "base/limited_command.h"
+#include "config/judge.h"
 #include "ctl/input.h"
 #include "ctl/obstacles.h"
 #include "ctl/open_store.h"
 #include "ctl/queue_flush.h"
-#include "ctl/rules.h"
 #include "ctl/sqlite_ledger.h"
 #include "ctl/surroundings.h"
 #include "store/health.h"
@@ -61,7 +61,7 @@ class Host {
   std::vector<Obstacle> obstacles;
 
   void configuration() {
-    for (const BrokenRule& rule : judge_rules(config_)) {
+    for (const BrokenRule& rule : broken_rules(config_)) {
       add(rule.message,
           "`config check` tells the line; the units skip a configuration that is not valid");
     }

@@ -34,11 +34,16 @@ class Input {
   std::string read_all(std::size_t most_bytes) {
     std::string text;
     char block[65536];
+    // Once: of a pipe whose writer has gone, opened anew, only a read tells the end.
+    wait_for_data();
     while (true) {
-      wait_for_writer();
       const ssize_t count = read(descriptor_, block, sizeof block);
       if (count == 0) return text;
-      if (count == -1 && (errno == EINTR || errno == EAGAIN)) continue;
+      if (count == -1 && errno == EINTR) continue;
+      if (count == -1 && errno == EAGAIN) {
+        wait_for_data();
+        continue;
+      }
       if (count == -1) fail(std::strerror(errno));
       text.append(block, static_cast<std::size_t>(count));
       if (text.size() > most_bytes) {
@@ -49,10 +54,9 @@ class Input {
   }
 
  private:
-  void wait_for_writer() const {
-    if (!is_pipe_) return;
+  void wait_for_data() const {
     pollfd ready = {.fd = descriptor_, .events = POLLIN, .revents = 0};
-    if (poll(&ready, 1, longest_silence_ms) == 0) fail("no one writes into it");
+    if (poll(&ready, 1, is_pipe_ ? longest_silence_ms : -1) == 0) fail("no one writes into it");
   }
   [[noreturn]] void fail(const std::string& reason) const {
     throw std::runtime_error("cannot read " + name_ + ": " + reason);

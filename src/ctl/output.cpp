@@ -72,18 +72,21 @@ void print_document(const std::string& text) {
 }
 
 void print_json(const nlohmann::json& value) {
-  const std::string text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-  std::string line;
-  for_each_character(text, [&line](wchar_t character, std::string_view bytes) {
-    if (commands_terminal(character)) {
+  print_quoted(value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n');
+}
+
+void print_quoted(std::string_view text) {
+  std::string lines;
+  for_each_character(text, [&lines](wchar_t character, std::string_view bytes) {
+    if (commands_terminal(character) && character != '\n') {
       char escape[7];
       std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(character));
-      line += escape;
+      lines += escape;
     } else {
-      line += bytes;
+      lines += bytes;
     }
   });
-  print(line + '\n');
+  print(lines);
 }
 
 void finish_output() {

@@ -23,6 +23,9 @@ void print_document(const std::string& text);
 /// Writes the value on one line. Text that is no UTF-8 has its wrong bytes replaced, and what
 /// commands the terminal is escaped.
 void print_json(const nlohmann::json& value);
+/// Writes lines of JSON or YAML in which texts stand in double quotes. What commands the terminal
+/// is escaped.
+void print_quoted(std::string_view text);
 /// Raises std::runtime_error with "cannot write standard output: " and the reason when anything
 /// printed so far has not been written.
 void finish_output();

@@ -13,21 +13,36 @@ namespace {
 /// Deeper than any key stands, so that nothing below it is ever read.
 constexpr int deepest_level = 16;
 
-/// Counts the values of a document, each alias as what it stands for, up to the bound: a few lines
-/// of aliases of aliases can stand for more than any memory holds, and one of itself for no end.
+/// Of a file without aliases the texts have no more.
+constexpr std::size_t most_text_bytes = largest_config_bytes;
+
+/// Counts the values of a document and the bytes of their texts, each alias as what it stands for,
+/// up to the bounds: a few lines of aliases of aliases can stand for more than any memory holds,
+/// and one of itself for no end.
 class ValueCounter {
  public:
-  bool within_bound(const YAML::Node& node, int level = 0) {
-    if (++count_ > most_config_values) return false;
-    if (level == deepest_level || (!node.IsSequence() && !node.IsMap())) return true;
+  explicit ValueCounter(const std::filesystem::path& path) : path_(path) {}
+
+  /// Raises std::runtime_error beyond a bound.
+  void count(const YAML::Node& node, int level = 0) {
+    if (++values_ > most_config_values) fail(most_config_values, "values");
+    if (node.IsScalar()) bytes_ += node.Scalar().size();
+    if (bytes_ > most_text_bytes) fail(most_text_bytes, "bytes in its values");
+    if (level == deepest_level || (!node.IsSequence() && !node.IsMap())) return;
     for (const auto& entry : node) {
-      if (!within_bound(node.IsMap() ? entry.second : YAML::Node(entry), level + 1)) return false;
+      count(node.IsMap() ? entry.second : YAML::Node(entry), level + 1);
     }
-    return true;
   }
 
  private:
-  std::size_t count_ = 0;
+  [[noreturn]] void fail(std::size_t most, const std::string& what) const {
+    throw std::runtime_error(path_.string() + " has more than " + std::to_string(most) + ' ' +
+                             what);
+  }
+
+  const std::filesystem::path& path_;
+  std::size_t values_ = 0;
+  std::size_t bytes_ = 0;
 };
 
 void require_bounded(const std::string& text, const std::filesystem::path& path) {
@@ -38,9 +53,7 @@ void require_bounded(const std::string& text, const std::filesystem::path& path)
   } catch (const YAML::Exception&) {
     return;  // the load tells it
   }
-  if (ValueCounter().within_bound(root)) return;
-  throw std::runtime_error(path.string() + " has more than " + std::to_string(most_config_values) +
-                           " values");
+  ValueCounter(path).count(root);
 }
 
 }  // namespace

@@ -3,40 +3,15 @@
 #include <stdexcept>
 
 #include "ctl/open_store.h"
+#include "ctl/shell_words.h"
 #include "history/event_file.h"
 #include "store/statement.h"
 #include "store/store_view.h"
 
 namespace zunol_monitoring::ctl {
-namespace {
-
-/// The words of a shell text without their quotes.
-std::vector<std::string> words_of(const std::string& text) {
-  const std::string ends = " \t\n;&|()<>";
-  std::vector<std::string> words(1);
-  char quote = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (c == quote) {
-      quote = 0;
-    } else if (quote == 0 && (c == '\'' || c == '"')) {
-      quote = c;
-    } else if (quote == 0 && ends.find(c) != std::string::npos) {
-      if (!words.back().empty()) words.emplace_back();
-    } else if (quote != '\'' && c == '\\' && i + 1 < text.size()) {
-      words.back() += text[++i];
-    } else {
-      words.back() += c;
-    }
-  }
-  if (words.back().empty()) words.pop_back();
-  return words;
-}
-
-}  // namespace
 
 std::optional<SqliteLedger> sqlite_ledger_of(const std::string& backend) {
-  const std::vector<std::string> words = words_of(backend);
+  const std::vector<std::string> words = shell_words(backend);
   for (std::size_t i = 0; i < words.size(); ++i) {
     if (words[i].ends_with("sqlite-ledger") && i + 1 < words.size()) {
       return SqliteLedger{words[i], words[i + 1]};

@@ -8,8 +8,11 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "append/marker.h"
+#include "ctl/shell_words.h"
+#include "zunol_monitoring/base/environment.h"
 
 namespace zunol_monitoring::ctl {
 namespace {
@@ -20,6 +23,18 @@ std::optional<struct stat> status_of(const fs::path& path) {
   struct stat status = {};
   if (stat(path.c_str(), &status) != 0) return std::nullopt;
   return status;
+}
+
+/// The path that the shell finds for the plain name of a program; the word itself where it is none.
+std::string found_in_path(const std::string& word) {
+  if (word.find('/') != std::string::npos) return word;
+  std::istringstream directories(env_or_default("PATH", ""));
+  for (std::string directory; std::getline(directories, directory, ':');) {
+    std::string path = directory + '/' + word;
+    const auto status = status_of(path);
+    if (status && S_ISREG(status->st_mode) && access(path.c_str(), X_OK) == 0) return path;
+  }
+  return word;
 }
 
 }  // namespace
@@ -60,7 +75,9 @@ class Examiner {
   void export_directory() {
     const fs::path& path = config_.vorn.export_dir;
     std::error_code unknown;
-    if (fs::is_symlink(path, unknown)) {
+    fs::path named = path.lexically_normal();  // a link with a slash behind it is what it means
+    if (!named.has_filename()) named = named.parent_path();
+    if (fs::is_symlink(named, unknown)) {
       warn("vorn.export_dir", path.string() + " is a link, which may come to mean another place",
            "name the place itself");
     }
@@ -71,9 +88,11 @@ class Examiner {
     std::error_code unknown;
     const fs::path path = fs::temp_directory_path(unknown);
     const auto status = status_of(path);
-    if (status && (status->st_mode & S_IWOTH) != 0 && (status->st_mode & S_ISVTX) == 0) {
+    const mode_t others = status ? status->st_mode & (S_IWGRP | S_IWOTH) : 0;
+    if (others != 0 && (status->st_mode & S_ISVTX) == 0) {
+      const std::string who = (others & S_IWOTH) != 0 ? "everybody" : "its group";
       warn("vorn.append_command",
-           "everybody may take event files out of " + path.string() + ", which has no sticky bit",
+           who + " may take event files out of " + path.string() + ", which has no sticky bit",
            "chmod +t it");
     }
     if (status && agent_ && status->st_uid != 0 && status->st_uid != *agent_) {
@@ -84,11 +103,14 @@ class Examiner {
     }
   }
 
-  /// Only words that are paths are looked at: the rest of a shell text is the shell's.
+  /// Only words that are paths are looked at, and the program by its name: the rest of a shell text
+  /// is the shell's.
   void programs(const std::string& key, const std::string& command) {
-    std::istringstream words(command);
-    bool first = true;
-    for (std::string word; words >> word; first = false) {
+    bool behind_first = false;
+    for (std::string word : shell_words(command)) {
+      if (!behind_first && word.find('=') != std::string::npos) continue;
+      const bool first = !std::exchange(behind_first, true);
+      if (first) word = found_in_path(word);
       if (!word.starts_with('/')) continue;
       const auto status = status_of(word);
       if (!status) {

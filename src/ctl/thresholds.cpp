@@ -98,6 +98,7 @@ std::vector<Finding> examine_thresholds(const TolerantRead& read, const ConfigFi
   const std::vector<ConfigKey> keys = key_catalogue(read.config);
   ThresholdExaminer examiner(read, file);
   examiner.block(keys, json::parse(catalogue_json(keys)), nullptr, no_place);
+  count_rest(examiner.findings);
   return std::move(examiner.findings);
 }
 

@@ -111,12 +111,16 @@ mkdir -p state/vorn-bridge-ledger; chmod 770 state/v* => transport: command, app
 mkdir -p state/vorn-bridge-ledger; touch state/agent.db; chown 65534 state/v* => transport: command, append_command: 'true' => vorn-bridge-ledger belongs to nobody
 mkdir state; touch state/agent.db; chmod 644 state/agent.db => transport: queue => storage.local_db: everybody may read 
 mkdir real; ln -s real spool => transport: spool, export_dir: ${dir}spool => spool is a link
+mkdir real; ln -s real spool => transport: spool, export_dir: ${dir}spool/. => spool/. is a link
 mkdir spool; chmod 777 spool => transport: spool, export_dir: ${dir}spool => vorn.export_dir: everybody may write into 
 chmod 777 tmp => transport: command, append_command: 'true' => which has no sticky bit
+chmod 770 tmp => transport: command, append_command: 'true' => its group may take event files out of 
 mkdir state; touch state/agent.db; chown 65534 tmp => transport: command, append_command: 'true' => nobody, to whom 
 touch b; chmod 700 b => bridge_command: '${dir}b x' => b is empty, which the shell takes for success
 touch b; chmod 700 b => bridge_command: 'sh -c x ${dir}b' => b is empty, which the shell takes for success
 true => bridge_command: '${dir}b x' => b is not there
+touch b; chmod 700 b; PATH=$dir:$PATH => transport: command, append_command: 'A=1 b x' => b is empty
+mkdir 'a b'; touch 'a b/c'; chmod 700 'a b/c' => bridge_command: "'${dir}a b/c' x" => a b/c is empty
 mkdir state; touch state/agent.db; chmod 600 state/agent.db; chown 65534 state => transport: queue => belongs to nobody and not to 
 )",
                                   "=>")) {
@@ -140,25 +144,37 @@ TEST_F(ConfigCheck, SurvivesWhatIsNoConfiguration) {
   }
   write("bomb.yaml", bomb + "checks: {http: {items: *h}}\n");
   write("large.yaml", std::string(1100000, '#'));
-  write("long.yaml", "anomaly_detection: {ssh_failed_logins: {window: 99999999999999999999s}}");
+  write("long.yaml",
+        "anomaly_detection: {ssh_failed_logins: {window: 99999999999999999999s}}\n"
+        "vorn: {max_batch: 0}");
+  std::string texts = "agent: {server_name: &a " + std::string(30000, 'x') + ", tags: [";
   std::string unknown;
   std::string documents;
+  std::string limits = "checks: {disk: {paths: [";
   for (int i = 0; i < 5000; ++i) {
     unknown += "key" + std::to_string(i) + ": 1\n";
     documents += "---\n";
+    texts += "*a,";
+    limits += "{path: /a, critical_percent: 1},";
   }
+  write("texts.yaml", texts + "]}");
+  write("limits.yaml", limits + "]}}");
   write("unknown.yaml", unknown);
   write("documents.yaml", documents);
   write("mistaken.yaml", "vorn: {max_batch: 0, x: 1}");
+  ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
   // A pipe can be read once only, and says what a file says.
   for (const Texts& row : rows_of(R"(
 ${dir}bomb.yaml => 1 => has more than 1000000 values
 ${dir}large.yaml => 1 => is larger than 1 MiB
-${dir}long.yaml => 1 => a duration has a number of more than 64 bits
+${dir}long.yaml => 1 => long.yaml:1:41: error: anomaly_detection.ssh_failed_logins.window has a number of more than 64 bits
+${dir}long.yaml => 1 => error: vorn.max_batch must be between
+${dir}texts.yaml => 1 => has more than 1048576 bytes in its values
 ${dir}unknown.yaml => 0 => and 4800 more warnings
+${dir}limits.yaml => 0 => and 4800 more warnings
 ${dir}documents.yaml => 0 => 2:1: warning: the document here and all behind it are ignored
-/dev/stdin <${dir}mistaken.yaml => 1 => max_batch must be between
-/dev/fd/0 <${dir}mistaken.yaml => 1 => :1:22: warning: vorn.x is unknown
+/dev/stdin <${dir}pipe & cat ${dir}mistaken.yaml >${dir}pipe; wait $! => 1 => max_batch must be between
+/dev/fd/0 <${dir}pipe & cat ${dir}mistaken.yaml >${dir}pipe; wait $! => 1 => :1:22: warning: vorn.x is unknown
 )",
                                   "=>")) {
     const ProcessResult result = ctl("config check " + row.at(0));
@@ -219,6 +235,10 @@ TEST_F(ConfigShow, IsTheConfigurationInEffectWithoutCredentials) {
   write("shown.yaml", whole);
   EXPECT_EQ(out("config show --show-secrets --config ${dir}shown.yaml"), whole);
   expect_parts(whole, {"version: 2\n", "    paths: []\n", "_celsius: 0.123456789\n"});
+  configure("agent: {id: \"\\x9b\\x7f\\u202e\"}\n");
+  for (const std::string options : {"", " --json", " --origin --json"}) {
+    expect_parts(out("config show" + options), {"\\u009b\\u007f\\u202e"});
+  }
   configure("agent: {id: \"\xff\"}\n");
   expect_parts(out("config show --json"), {"\"id\":\"\xef\xbf\xbd\""});
   expect_one_error("config show --config /nowhere", 1, "config not found: /nowhere");
