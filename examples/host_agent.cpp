@@ -20,6 +20,7 @@
 #include <optional>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <system_error>
@@ -78,7 +79,11 @@ void attempt(const std::string& work, const std::function<void()>& run) {
 /// A duration of the configuration, at most a year so that sums of times stay in range.
 seconds duration_of(const std::string& text, std::int64_t fallback) {
   constexpr std::int64_t year = 31536000;
-  return seconds(std::min(parse_duration_seconds(text, fallback), year));
+  try {
+    return seconds(std::min(parse_duration_seconds(text, fallback), year));
+  } catch (const std::out_of_range&) {
+    return seconds(year);
+  }
 }
 
 /// The same for what is done again and again.
