@@ -103,7 +103,7 @@ TEST_F(Retention, TheGainTellsWhatARunWouldDelete) {
   work(2000);
   const auto rows = [&] {
     Texts cells = split(counts(), "|");
-    cells.erase(cells.begin() + 3);  // a trail goes one run later than its incident
+    cells.erase(cells.begin() + 3);  // the trail of an incident that goes is not counted
     int sum = 0;
     for (const std::string& count : cells) sum += std::stoi(count);
     return sum;

@@ -32,7 +32,7 @@ namespace zunol_monitoring {
 
 /// What a maintenance would free.
 struct MaintenanceGain {
-  std::int64_t rows = 0;         ///< that it would delete, at most
+  std::int64_t rows = 0;  ///< that it would delete at most, without the trails of its incidents
   std::uint64_t free_bytes = 0;  ///< of the database file, which hold nothing and would go
 };
 
