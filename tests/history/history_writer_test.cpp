@@ -78,6 +78,17 @@ class HistoryWriter : public testing::Test {
 
 }  // namespace
 
+TEST(VornHistoryWriter, IsTwoOperationsForAHostsOwn) {
+  struct : VornHistoryWriter {
+    void enqueue(const std::string& type, const json&) override { types.push_back(type); }
+    int flush() override { return static_cast<int>(types.size()); }
+    std::vector<std::string> types;
+  } own;
+  VornHistoryWriter& writer = own;
+  writer.enqueue(event_type::test_event, {});
+  EXPECT_EQ(writer.flush(), 1);
+}
+
 TEST_F(HistoryWriter, EnqueueKeepsTheCompactEvent) {
   config_.vorn.queue_only = true;  // the flush's concern alone
   config_.agent.id = "é";
