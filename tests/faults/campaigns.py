@@ -113,7 +113,7 @@ def kill_trial(bench, name, label):
         return [f"killed at {what}: {fault}" for fault in faults]
 
 
-# ---- fail: one call, or all of its kind from then on
+# ---- fail: one call, or from then on all of its kind or all on its file
 
 WRITES = ("write", "pwrite64", "writev", "pwritev")
 FAILS = {
@@ -160,19 +160,24 @@ def fail_labels(bench, name):
             # A system interrupts a call, not every call; and who gives up at a failed read or look
             # meets no other.
             once = reason == "EINTR" or kind in ("read", "stat")
-            for extent in ("once",) if once else ("once", "on"):
+            # A file that cannot be read fails for every program, while the other files do not.
+            of_file = ["file"] if kind == "open" and reason == "EIO" else []
+            for extent in ["once"] if once else ["once", "on"] + of_file:
                 labels += [f"{kind}:{number}:{reason}:{extent}" for number in range(kinds.get(kind, 0))]
     return labels
 
 
 def fail_trial(bench, name, label):
     kind, first, reason, extent = label.split(":")
-    what, seen = [], [0]
+    what, seen, path = [], [0], []
 
     def at_call(call):
         if kind_of(call) != kind:
             return
-        if seen[0] == int(first) or (extent == "on" and seen[0] > int(first)):
+        if seen[0] == int(first) and extent == "file":
+            path.append(call.path())
+        if seen[0] == int(first) or (extent == "on" and seen[0] > int(first)) or (
+                path and call.path() == path[0]):
             call.fail_with = getattr(errno, reason)
             what.append(f"{call.name} (call {call.number})")
         seen[0] += 1
