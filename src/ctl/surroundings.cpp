@@ -106,10 +106,10 @@ class Examiner {
   /// Only words that are paths are looked at, and the program by its name: the rest of a shell text
   /// is the shell's.
   void programs(const std::string& key, const std::string& command) {
-    bool behind_first = false;
+    bool program_named = false;
     for (std::string word : shell_words(command)) {
-      if (!behind_first && word.find('=') != std::string::npos) continue;
-      const bool first = !std::exchange(behind_first, true);
+      if (!program_named && word.find('=') != std::string::npos) continue;
+      const bool first = !std::exchange(program_named, true);
       if (first) word = found_in_path(word);
       if (!word.starts_with('/')) continue;
       const auto status = status_of(word);
